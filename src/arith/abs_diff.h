@@ -1,0 +1,122 @@
+// Absolute differences between two images, or between an image and a constant.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <type_traits>
+
+#include "core/check.h"
+#include "core/image.h"
+#include "core/rows.h"
+#include "core/simd.h"
+
+namespace zep::arith {
+
+// |a - b|: exact for unsigned integers (always representable); for floats
+// the rounded difference with its sign bit cleared (NaN stays NaN, -0 is +0).
+template <class T>
+inline T absDiffPixel(T a, T b) {
+    if constexpr (std::is_floating_point_v<T>) {
+        return std::fabs(a - b);
+    } else {
+        return a > b ? static_cast<T>(a - b) : static_cast<T>(b - a);
+    }
+}
+
+// The same on one 64-byte block.
+template <class T>
+inline __m512i absDiffBlock(__m512i a, __m512i b) {
+    if constexpr (std::is_same_v<T, uint8_t>) {
+        return _mm512_sub_epi8(_mm512_max_epu8(a, b), _mm512_min_epu8(a, b));
+    } else if constexpr (std::is_same_v<T, uint16_t>) {
+        return _mm512_sub_epi16(_mm512_max_epu16(a, b), _mm512_min_epu16(a, b));
+    } else {
+        return _mm512_castps_si512(_mm512_abs_ps(_mm512_sub_ps(_mm512_castsi512_ps(a), _mm512_castsi512_ps(b))));
+    }
+}
+
+template <Path P, class T>
+void absDiffRows(Rows<const T> a, Rows<const T> b, Rows<T> dst, int rowElements, int height) {
+    constexpr int lanes = 64 / sizeof(T);
+    for (int y = 0; y < height; ++y) {
+        const T* ra = a[y];
+        const T* rb = b[y];
+        T* rd = dst[y];
+        walkRow<P, lanes>(
+            rowElements,
+            [&](int x) { simd::store512(rd + x, absDiffBlock<T>(simd::load512(ra + x), simd::load512(rb + x))); },
+            [&](int x) { rd[x] = absDiffPixel(ra[x], rb[x]); });
+    }
+}
+
+// Checks: null pointers, ROI, then the sources' steps and the destination's;
+// 16u checks its three steps together (sizes, then evenness).
+template <Path P, class T, int Channels>
+ZepStatus absDiffImage(const T* src1, int src1Step, const T* src2, int src2Step, T* dst, int dstStep,
+                       ImageSize roi) {
+    Checks checks;
+    checks.notNull(src1, src2, dst).roi(roi);
+    if constexpr (std::is_same_v<T, uint16_t>) {
+        checks.steps({rowOf<T>(src1Step, roi.width, Channels), rowOf<T>(src2Step, roi.width, Channels),
+                      rowOf<T>(dstStep, roi.width, Channels)});
+    } else {
+        checks.steps({rowOf<T>(src1Step, roi.width, Channels), rowOf<T>(src2Step, roi.width, Channels)})
+            .steps({rowOf<T>(dstStep, roi.width, Channels)});
+    }
+    return checks.run([&] {
+        absDiffRows<P, T>(rows(src1, src1Step), rows(src2, src2Step), rows(dst, dstStep), roi.width * Channels,
+                          roi.height);
+    });
+}
+
+// |src - value| for one pixel at column x of a row of `width` pixels.
+// Integers compare with value's low bits, except the last (width mod 4)
+// pixels of an 8u row and the last pixel of an odd-width 16u row, which take
+// the low bits of |src - value| computed in wrapping 32-bit arithmetic.
+// The two agree whenever value lies in the type's range.
+template <class T, class V>
+inline T absDiffConstPixel(T src, V value, int x, int width) {
+    if constexpr (std::is_floating_point_v<T>) {
+        return std::fabs(src - value);
+    } else {
+        constexpr int group = sizeof(T) == 1 ? 4 : 2;
+        if (x < width - width % group) return absDiffPixel(src, static_cast<T>(value));
+        const uint32_t d = static_cast<uint32_t>(src) - static_cast<uint32_t>(value);
+        const uint32_t magnitude = static_cast<int32_t>(d) < 0 ? 0u - d : d;
+        return static_cast<T>(magnitude);
+    }
+}
+
+// Vector blocks always end inside the low-bits part of the row: a block ends
+// at a multiple of 64 bytes, which is a multiple of the 4- or 2-pixel group.
+template <Path P, class T, class V>
+void absDiffConstRows(Rows<const T> src, Rows<T> dst, ImageSize roi, V value) {
+    constexpr int lanes = 64 / sizeof(T);
+    __m512i constant;
+    if constexpr (std::is_same_v<T, uint8_t>) {
+        constant = _mm512_set1_epi8(static_cast<char>(value));
+    } else if constexpr (std::is_same_v<T, uint16_t>) {
+        constant = _mm512_set1_epi16(static_cast<short>(value));
+    } else {
+        constant = _mm512_castps_si512(_mm512_set1_ps(value));
+    }
+    for (int y = 0; y < roi.height; ++y) {
+        const T* rs = src[y];
+        T* rd = dst[y];
+        walkRow<P, lanes>(
+            roi.width, [&](int x) { simd::store512(rd + x, absDiffBlock<T>(simd::load512(rs + x), constant)); },
+            [&](int x) { rd[x] = absDiffConstPixel(rs[x], value, x, roi.width); });
+    }
+}
+
+template <Path P, class T, class V>
+ZepStatus absDiffConstImage(const T* src, int srcStep, T* dst, int dstStep, ImageSize roi, V value) {
+    return Checks{}
+        .notNull(src, dst)
+        .roi(roi)
+        .steps({rowOf<T>(srcStep, roi.width)})
+        .steps({rowOf<T>(dstStep, roi.width)})
+        .run([&] { absDiffConstRows<P, T, V>(rows(src, srcStep), rows(dst, dstStep), roi, value); });
+}
+
+}  // namespace zep::arith

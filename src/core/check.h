@@ -1,0 +1,72 @@
+// Argument checks in the library's fixed order. A chain of checks stops at the
+// first failure; later checks see the failure and do nothing:
+//
+//   return Checks{}
+//       .notNull(pSrc, pSrcDst)
+//       .roi(roiSize)
+//       .steps({rowOf<uint16_t>(srcStep, w)})
+//       .steps({rowOf<float>(accStep, w)})
+//       .run([&] { kernel(...); });
+//
+// steps() checks every listed step against its row's bytes first, then every
+// listed step for a multiple of its element size; images that are checked one
+// by one take one steps() call each.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+
+#include "core/export.h"
+
+namespace zep {
+
+// One image's step and the row it must hold.
+struct StepRule {
+    int64_t step;
+    int64_t rowBytes;
+    int64_t elemBytes;
+};
+
+// The step rule of an image of `width` pixels of `channels` elements of T.
+template <class T>
+constexpr StepRule rowOf(int64_t step, int64_t width, int64_t channels = 1) {
+    return {step, width * channels * static_cast<int64_t>(sizeof(T)), static_cast<int64_t>(sizeof(T))};
+}
+
+class Checks {
+public:
+    template <class... P>
+    constexpr Checks& notNull(const P*... pointers) {
+        return fail(((pointers == nullptr) || ...), zepStsNullPointer);
+    }
+
+    constexpr Checks& roi(ImageSize size) { return fail(size.width < 1 || size.height < 1, zepStsBadSize); }
+
+    // A step below its row's bytes (negative steps included) is zepStsBadStep;
+    // then a step that is not a multiple of its element is zepStsStepNotMultiple.
+    constexpr Checks& steps(std::initializer_list<StepRule> rules) {
+        for (const StepRule& r : rules) fail(r.step < r.rowBytes, zepStsBadStep);
+        for (const StepRule& r : rules) fail(r.step % r.elemBytes != 0, zepStsStepNotMultiple);
+        return *this;
+    }
+
+    constexpr Checks& fail(bool failed, ZepStatus status) {
+        if (status_ == zepStsOk && failed) status_ = status;
+        return *this;
+    }
+
+    constexpr ZepStatus status() const { return status_; }
+
+    // Runs the operation when every check passed; returns the first failure otherwise.
+    template <class F>
+    ZepStatus run(F&& operation) const {
+        if (status_ != zepStsOk) return status_;
+        operation();
+        return zepStsOk;
+    }
+
+private:
+    ZepStatus status_ = zepStsOk;
+};
+
+}  // namespace zep

@@ -1,0 +1,44 @@
+// The AVX-512 vocabulary of the kernels: lane masks, widening loads into
+// single precision, and mask planes folded into lane masks.
+#pragma once
+
+// GCC 12's intrinsics build "undefined" vectors by self-initialisation, which
+// -Wmaybe-uninitialized reports wherever they are inlined.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#include <immintrin.h>
+#pragma GCC diagnostic pop
+
+#include <cstdint>
+
+namespace zep::simd {
+
+// Lane masks selecting the first n lanes (0 <= n <= lanes).
+inline __mmask16 firstLanes16(int n) { return static_cast<__mmask16>((1u << n) - 1u); }
+inline __mmask32 firstLanes32(int n) { return n >= 32 ? ~__mmask32{0} : static_cast<__mmask32>((1u << n) - 1u); }
+inline __mmask64 firstLanes64(int n) {
+    return n >= 64 ? ~__mmask64{0} : static_cast<__mmask64>((uint64_t{1} << n) - 1u);
+}
+
+// Sixteen elements widened exactly to single precision.
+inline __m512 loadAsFloat(const uint8_t* p) {
+    return _mm512_cvtepi32_ps(_mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))));
+}
+inline __m512 loadAsFloat(const uint16_t* p) {
+    return _mm512_cvtepi32_ps(_mm512_cvtepu16_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))));
+}
+inline __m512 loadAsFloat(const float* p) { return _mm512_loadu_ps(p); }
+
+// The lanes whose mask byte is nonzero, for sixteen mask bytes.
+inline __mmask16 nonzeroLanes16(const uint8_t* mask) {
+    const __m128i m = _mm_loadu_si128(reinterpret_cast<const __m128i*>(mask));
+    return _mm_test_epi8_mask(m, m);
+}
+
+// 1.0 in the selected lanes, 0.0 elsewhere: a mask applied arithmetically.
+inline __m512 unitWhere(__mmask16 lanes) { return _mm512_maskz_mov_ps(lanes, _mm512_set1_ps(1.0f)); }
+
+inline __m512i load512(const void* p) { return _mm512_loadu_si512(p); }
+inline void store512(void* p, __m512i v) { _mm512_storeu_si512(p, v); }
+
+}  // namespace zep::simd

@@ -1,0 +1,174 @@
+// Absolute differences: vector path against the scalar definition, the
+// out-of-range constant rule, float specials, check orders, and OpenCV.
+#include <gtest/gtest.h>
+
+#include <opencv2/core.hpp>
+
+#include <cmath>
+#include <memory>
+#include <random>
+
+#include "arith/abs_diff.h"
+#include "support/check_order.h"
+
+namespace {
+
+using zep::Path;
+using zt::CallArgs;
+using zt::Image;
+
+template <class T, int Channels>
+void expectAbsDiffAgrees(ZepStatus (*exported)(const T*, int, const T*, int, T*, int, ImageSize), const char* name) {
+    std::mt19937 rng(99);
+    for (int w : zt::sweepWidths()) {
+        for (int h : {1, 4}) {
+            Image<T> a(rng, w, h, Channels), b(rng, w, h, Channels), dst(rng, w, h, Channels);
+            if (rng() % 4 == 0) b.fill(T(0));
+            zt::Canvas expected = dst.canvas;
+            const std::vector<uint8_t> before = dst.canvas.bytes();
+            ASSERT_EQ(exported(a.data(), a.step(), b.data(), b.step(), dst.data(), dst.step(), {w, h}), zepStsOk);
+            zep::arith::absDiffImage<Path::scalar, T, Channels>(a.data(), a.step(), b.data(), b.step(),
+                                                                reinterpret_cast<T*>(expected.first()), dst.step(),
+                                                                {w, h});
+            ASSERT_EQ(zt::firstDifference(dst.canvas, expected), -1) << name << " width " << w << " height " << h;
+            ASSERT_EQ(zt::firstGuardChange(dst.canvas, before), -1) << name << " width " << w;
+        }
+    }
+}
+
+template <class T, class V>
+void expectAbsDiffConstAgrees(ZepStatus (*exported)(const T*, int, T*, int, ImageSize, V),
+                              std::initializer_list<V> values, const char* name) {
+    std::mt19937 rng(100);
+    for (V value : values) {
+        for (int w : zt::sweepWidths()) {
+            Image<T> src(rng, w, 3), dst(rng, w, 3);
+            zt::Canvas expected = dst.canvas;
+            const std::vector<uint8_t> before = dst.canvas.bytes();
+            ASSERT_EQ(exported(src.data(), src.step(), dst.data(), dst.step(), {w, 3}, value), zepStsOk);
+            zep::arith::absDiffConstImage<Path::scalar>(src.data(), src.step(), reinterpret_cast<T*>(expected.first()),
+                                                        dst.step(), ImageSize{w, 3}, value);
+            ASSERT_EQ(zt::firstDifference(dst.canvas, expected), -1) << name << " value " << value << " width " << w;
+            ASSERT_EQ(zt::firstGuardChange(dst.canvas, before), -1) << name << " width " << w;
+        }
+    }
+}
+
+TEST(AbsDiff, VectorPathAgreesWithScalarDefinition) {
+    expectAbsDiffAgrees<uint8_t, 1>(zepiAbsDiff_8u_C1R, "AbsDiff_8u_C1R");
+    expectAbsDiffAgrees<uint8_t, 3>(zepiAbsDiff_8u_C3R, "AbsDiff_8u_C3R");
+    expectAbsDiffAgrees<uint16_t, 1>(zepiAbsDiff_16u_C1R, "AbsDiff_16u_C1R");
+    expectAbsDiffAgrees<float, 1>(zepiAbsDiff_32f_C1R, "AbsDiff_32f_C1R");
+    expectAbsDiffConstAgrees<uint8_t, int>(zepiAbsDiffC_8u_C1R, {0, 77, 255, 300, -5, 70000, INT32_MIN},
+                                           "AbsDiffC_8u_C1R");
+    expectAbsDiffConstAgrees<uint16_t, int>(zepiAbsDiffC_16u_C1R, {0, 1234, 65535, 70000, -1, INT32_MAX},
+                                            "AbsDiffC_16u_C1R");
+    expectAbsDiffConstAgrees<float, float>(zepiAbsDiffC_32f_C1R, {0.0f, -0.0f, 12.5f, INFINITY, NAN},
+                                           "AbsDiffC_32f_C1R");
+}
+
+TEST(AbsDiff, OutOfRangeConstantUsesLowBitsExceptTheRowTail) {
+    // Width 3, value 70000: the first two pixels against 4464, the last with
+    // |src - 70000| in 32-bit arithmetic, truncated to 16 bits.
+    const uint16_t src[3] = {5000, 5000, 5000};
+    uint16_t dst[3];
+    ASSERT_EQ(zepiAbsDiffC_16u_C1R(src, 6, dst, 6, {3, 1}, 70000), zepStsOk);
+    EXPECT_EQ(dst[0], 536);
+    EXPECT_EQ(dst[1], 536);
+    EXPECT_EQ(dst[2], uint16_t(65000));
+    // 8u, width 6, value 300: four pixels against 44, the last two (6 mod 4) with |src - 300| & 0xFF.
+    const uint8_t s8[6] = {50, 50, 50, 50, 50, 50};
+    uint8_t d8[6];
+    ASSERT_EQ(zepiAbsDiffC_8u_C1R(s8, 6, d8, 6, {6, 1}, 300), zepStsOk);
+    const uint8_t want8[6] = {6, 6, 6, 6, 250, 250};
+    EXPECT_EQ(std::memcmp(d8, want8, 6), 0);
+    // In range the rule is the plain absolute difference everywhere.
+    ASSERT_EQ(zepiAbsDiffC_8u_C1R(s8, 6, d8, 6, {6, 1}, 53), zepStsOk);
+    for (uint8_t v : d8) EXPECT_EQ(v, 3);
+}
+
+TEST(AbsDiff, FloatSignAndNaN) {
+    const float a[4] = {-0.0f, 1.0f, NAN, -INFINITY};
+    const float b[4] = {0.0f, 3.0f, 1.0f, 5.0f};
+    float d[4];
+    ASSERT_EQ(zepiAbsDiff_32f_C1R(a, 16, b, 16, d, 16, {4, 1}), zepStsOk);
+    EXPECT_FALSE(std::signbit(d[0]));
+    EXPECT_EQ(d[1], 2.0f);
+    EXPECT_TRUE(std::isnan(d[2]));
+    EXPECT_EQ(d[3], INFINITY);
+}
+
+template <class T, auto F>
+ZepStatus callTwoSources(const CallArgs& v) {
+    return F(static_cast<const T*>(v.ptr[0]), v.step[0], static_cast<const T*>(v.ptr[1]), v.step[1],
+             static_cast<T*>(v.ptr[2]), v.step[2], v.roi);
+}
+
+template <class T, class V, auto F>
+ZepStatus callConst(const CallArgs& v) {
+    return F(static_cast<const T*>(v.ptr[0]), v.step[0], static_cast<T*>(v.ptr[1]), v.step[1], v.roi, V(1));
+}
+
+// Builds valid images for `roles` and runs the check-order driver.
+void checkOrder(const char* name, const zt::Caller& call, const std::vector<zt::ImageRole>& roles) {
+    std::mt19937 rng(1);
+    const ImageSize roi{6, 2};
+    std::vector<std::unique_ptr<Image<uint8_t>>> images;
+    CallArgs valid{{}, {}, roi, {}};
+    std::vector<const zt::Canvas*> canvases;
+    for (const auto& r : roles) {
+        images.push_back(
+            std::make_unique<Image<uint8_t>>(rng, roi.width * r.elemBytes * r.channels, roi.height, 1, false, r.elemBytes));
+        valid.ptr.push_back(images.back()->data());
+        valid.step.push_back(images.back()->step());
+        canvases.push_back(&images.back()->canvas);
+    }
+    zt::expectCheckOrder(name, valid, call, zt::standardBreakers(roles, roi), canvases);
+}
+
+TEST(AbsDiff, CheckOrder) {
+    // Sources first, then the destination; 16u checks its three steps together.
+    checkOrder("AbsDiff_8u_C1R", callTwoSources<uint8_t, zepiAbsDiff_8u_C1R>, {{1, 1, 0}, {1, 1, 0}, {1, 1, 1}});
+    checkOrder("AbsDiff_8u_C3R", callTwoSources<uint8_t, zepiAbsDiff_8u_C3R>, {{1, 3, 0}, {1, 3, 0}, {1, 3, 1}});
+    checkOrder("AbsDiff_16u_C1R", callTwoSources<uint16_t, zepiAbsDiff_16u_C1R>, {{2, 1, 0}, {2, 1, 0}, {2, 1, 0}});
+    checkOrder("AbsDiff_32f_C1R", callTwoSources<float, zepiAbsDiff_32f_C1R>, {{4, 1, 0}, {4, 1, 0}, {4, 1, 1}});
+    checkOrder("AbsDiffC_8u_C1R", callConst<uint8_t, int, zepiAbsDiffC_8u_C1R>, {{1, 1, 0}, {1, 1, 1}});
+    checkOrder("AbsDiffC_16u_C1R", callConst<uint16_t, int, zepiAbsDiffC_16u_C1R>, {{2, 1, 0}, {2, 1, 1}});
+    checkOrder("AbsDiffC_32f_C1R", callConst<float, float, zepiAbsDiffC_32f_C1R>, {{4, 1, 0}, {4, 1, 1}});
+}
+
+// cv::absdiff computes the same exact differences for 8u, 16u and 32f.
+TEST(AbsDiffPeers, OpenCVAbsdiff) {
+    std::mt19937 rng(8);
+    const int w = 131, h = 7;
+    auto compare = [&](int type, auto exported) {
+        cv::Mat a(h, w, type), b(h, w, type), ours(h, w, type), theirs;
+        cv::randu(a, -1.0e6, 1.0e6);
+        cv::randu(b, -1.0e6, 1.0e6);
+        ASSERT_EQ(exported(a, b, ours), zepStsOk);
+        cv::absdiff(a, b, theirs);
+        EXPECT_EQ(cv::norm(ours, theirs, cv::NORM_INF), 0.0) << type;
+    };
+    const ImageSize roi{w, h};
+    compare(CV_8UC1, [&](cv::Mat& a, cv::Mat& b, cv::Mat& d) {
+        return zepiAbsDiff_8u_C1R(a.data, int(a.step), b.data, int(b.step), d.data, int(d.step), roi);
+    });
+    compare(CV_8UC3, [&](cv::Mat& a, cv::Mat& b, cv::Mat& d) {
+        return zepiAbsDiff_8u_C3R(a.data, int(a.step), b.data, int(b.step), d.data, int(d.step), roi);
+    });
+    compare(CV_16UC1, [&](cv::Mat& a, cv::Mat& b, cv::Mat& d) {
+        return zepiAbsDiff_16u_C1R(a.ptr<uint16_t>(), int(a.step), b.ptr<uint16_t>(), int(b.step),
+                                   d.ptr<uint16_t>(), int(d.step), roi);
+    });
+    compare(CV_32FC1, [&](cv::Mat& a, cv::Mat& b, cv::Mat& d) {
+        return zepiAbsDiff_32f_C1R(a.ptr<float>(), int(a.step), b.ptr<float>(), int(b.step), d.ptr<float>(),
+                                   int(d.step), roi);
+    });
+    cv::Mat src(h, w, CV_8UC1), ours(h, w, CV_8UC1), theirs;
+    cv::randu(src, 0, 256);
+    ASSERT_EQ(zepiAbsDiffC_8u_C1R(src.data, int(src.step), ours.data, int(ours.step), roi, 100), zepStsOk);
+    cv::absdiff(src, cv::Scalar(100), theirs);
+    EXPECT_EQ(cv::norm(ours, theirs, cv::NORM_INF), 0.0);
+}
+
+}  // namespace

@@ -1,0 +1,377 @@
+// Accumulation: the vector path against the scalar definition, the rules of
+// the arithmetic, the check order, and OpenCV's accumulate family.
+#include <gtest/gtest.h>
+
+#include <opencv2/imgproc.hpp>
+
+#include <cmath>
+#include <random>
+#include <string>
+
+#include "arith/accumulate.h"
+#include "support/check_order.h"
+
+namespace {
+
+using zep::Path;
+using zep::arith::Acc;
+using zt::CallArgs;
+using zt::Image;
+
+// The full argument set of an accumulation; each form reads what it has.
+struct AccArgs {
+    const void* src1;
+    int src1Step;
+    const void* src2;
+    int src2Step;
+    const uint8_t* mask;
+    int maskStep;
+    float* acc;
+    int accStep;
+    ImageSize roi;
+    float alpha;
+};
+
+struct AccCase {
+    std::string name;
+    Acc op;
+    bool masked;
+    int srcBytes;
+    ZepStatus (*exported)(const AccArgs&);
+    ZepStatus (*scalar)(const AccArgs&);
+};
+
+// Calls export F in the argument layout of its form.
+template <Acc Op, bool Masked, class Src, auto F>
+ZepStatus callExport(const AccArgs& a) {
+    const auto* s1 = static_cast<const Src*>(a.src1);
+    const auto* s2 = static_cast<const Src*>(a.src2);
+    if constexpr (Op == Acc::product && Masked)
+        return F(s1, a.src1Step, s2, a.src2Step, a.mask, a.maskStep, a.acc, a.accStep, a.roi);
+    else if constexpr (Op == Acc::product)
+        return F(s1, a.src1Step, s2, a.src2Step, a.acc, a.accStep, a.roi);
+    else if constexpr (Op == Acc::weighted && Masked)
+        return F(s1, a.src1Step, a.mask, a.maskStep, a.acc, a.accStep, a.roi, a.alpha);
+    else if constexpr (Op == Acc::weighted)
+        return F(s1, a.src1Step, a.acc, a.accStep, a.roi, a.alpha);
+    else if constexpr (Masked)
+        return F(s1, a.src1Step, a.mask, a.maskStep, a.acc, a.accStep, a.roi);
+    else
+        return F(s1, a.src1Step, a.acc, a.accStep, a.roi);
+}
+
+template <Acc Op, bool Masked, class Src>
+ZepStatus callScalar(const AccArgs& a) {
+    return zep::arith::accumulateImage<Path::scalar, Op, Masked, Src>(
+        static_cast<const Src*>(a.src1), a.src1Step, static_cast<const Src*>(a.src2), a.src2Step, a.mask,
+        a.maskStep, a.acc, a.accStep, a.roi, a.alpha);
+}
+
+template <Acc Op, bool Masked, class Src, auto F>
+AccCase accCase(const char* name) {
+    return {name, Op, Masked, sizeof(Src), &callExport<Op, Masked, Src, F>, &callScalar<Op, Masked, Src>};
+}
+
+const std::vector<AccCase>& accCases() {
+    static const std::vector<AccCase> cases = {
+        accCase<Acc::add, false, uint8_t, zepiAdd_8u32f_C1IR>("Add_8u32f_C1IR"),
+        accCase<Acc::add, false, uint16_t, zepiAdd_16u32f_C1IR>("Add_16u32f_C1IR"),
+        accCase<Acc::add, true, uint8_t, zepiAdd_8u32f_C1IMR>("Add_8u32f_C1IMR"),
+        accCase<Acc::add, true, uint16_t, zepiAdd_16u32f_C1IMR>("Add_16u32f_C1IMR"),
+        accCase<Acc::add, true, float, zepiAdd_32f_C1IMR>("Add_32f_C1IMR"),
+        accCase<Acc::square, false, uint8_t, zepiAddSquare_8u32f_C1IR>("AddSquare_8u32f_C1IR"),
+        accCase<Acc::square, false, uint16_t, zepiAddSquare_16u32f_C1IR>("AddSquare_16u32f_C1IR"),
+        accCase<Acc::square, false, float, zepiAddSquare_32f_C1IR>("AddSquare_32f_C1IR"),
+        accCase<Acc::square, true, uint8_t, zepiAddSquare_8u32f_C1IMR>("AddSquare_8u32f_C1IMR"),
+        accCase<Acc::square, true, uint16_t, zepiAddSquare_16u32f_C1IMR>("AddSquare_16u32f_C1IMR"),
+        accCase<Acc::square, true, float, zepiAddSquare_32f_C1IMR>("AddSquare_32f_C1IMR"),
+        accCase<Acc::product, false, uint8_t, zepiAddProduct_8u32f_C1IR>("AddProduct_8u32f_C1IR"),
+        accCase<Acc::product, false, uint16_t, zepiAddProduct_16u32f_C1IR>("AddProduct_16u32f_C1IR"),
+        accCase<Acc::product, false, float, zepiAddProduct_32f_C1IR>("AddProduct_32f_C1IR"),
+        accCase<Acc::product, true, uint8_t, zepiAddProduct_8u32f_C1IMR>("AddProduct_8u32f_C1IMR"),
+        accCase<Acc::product, true, uint16_t, zepiAddProduct_16u32f_C1IMR>("AddProduct_16u32f_C1IMR"),
+        accCase<Acc::product, true, float, zepiAddProduct_32f_C1IMR>("AddProduct_32f_C1IMR"),
+        accCase<Acc::weighted, false, uint8_t, zepiAddWeighted_8u32f_C1IR>("AddWeighted_8u32f_C1IR"),
+        accCase<Acc::weighted, false, uint16_t, zepiAddWeighted_16u32f_C1IR>("AddWeighted_16u32f_C1IR"),
+        accCase<Acc::weighted, false, float, zepiAddWeighted_32f_C1IR>("AddWeighted_32f_C1IR"),
+        accCase<Acc::weighted, true, uint8_t, zepiAddWeighted_8u32f_C1IMR>("AddWeighted_8u32f_C1IMR"),
+        accCase<Acc::weighted, true, uint16_t, zepiAddWeighted_16u32f_C1IMR>("AddWeighted_16u32f_C1IMR"),
+        accCase<Acc::weighted, true, float, zepiAddWeighted_32f_C1IMR>("AddWeighted_32f_C1IMR"),
+    };
+    return cases;
+}
+
+// Random sources, mask and accumulator for one case at one size.
+struct AccImages {
+    Image<uint8_t> src1, src2, mask;
+    Image<float> acc;
+
+    AccImages(std::mt19937& rng, const AccCase& c, int w, int h)
+        : src1(rng, w * c.srcBytes, h, 1, false, c.srcBytes),
+          src2(rng, w * c.srcBytes, h, 1, false, c.srcBytes),
+          mask(rng, w, h),
+          acc(rng, w, h) {
+        // Source canvases are byte images wide enough for any element type;
+        // re-fill 32f sources with values that include NaN, inf and -0.
+        if (c.srcBytes == 4)
+            for (auto* s : {&src1, &src2})
+                for (int y = 0; y < h; ++y)
+                    for (int x = 0; x < w; ++x)
+                        reinterpret_cast<float*>(s->at(y))[x] = zt::randomValue<float>(rng, true);
+        const uint32_t density = rng() % 4;  // none, sparse, dense, all
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x)
+                mask.at(y)[x] = density == 0 ? 0 : density == 3 ? uint8_t(1 + rng() % 255)
+                                                 : (rng() % 3 < density ? uint8_t(rng() | 1) : 0);
+    }
+
+    AccArgs args(ImageSize roi, float alpha) {
+        return {src1.data(), src1.step(), src2.data(), src2.step(), mask.data(), mask.step(),
+                acc.data(),  acc.step(),  roi,         alpha};
+    }
+};
+
+TEST(Accumulate, VectorPathAgreesWithScalarDefinition) {
+    std::mt19937 rng(20171);
+    const float alphas[] = {0.0f, 1.0f, 0.5f, 0.3f, -2.5f, NAN};
+    for (const AccCase& c : accCases()) {
+        for (int w : zt::sweepWidths()) {
+            for (int h : {1, 3}) {
+                AccImages img(rng, c, w, h);
+                zt::Canvas expected = img.acc.canvas;  // same layout, same contents
+                const std::vector<uint8_t> before = img.acc.canvas.bytes();
+                const float alpha = alphas[rng() % 6];
+                AccArgs a = img.args({w, h}, alpha);
+                ASSERT_EQ(c.exported(a), zepStsOk) << c.name;
+                a.acc = reinterpret_cast<float*>(expected.first());
+                ASSERT_EQ(c.scalar(a), zepStsOk) << c.name;
+                ASSERT_EQ(zt::firstGuardChange(img.acc.canvas, before), -1) << c.name << " wrote outside";
+                zt::canonicalizeNaNs(img.acc.canvas);
+                zt::canonicalizeNaNs(expected);
+                const int64_t diff = zt::firstDifference(img.acc.canvas, expected);
+                ASSERT_EQ(diff, -1) << c.name << " width " << w << " height " << h << " alpha " << alpha;
+            }
+        }
+    }
+}
+
+TEST(Accumulate, CheckOrder) {
+    std::mt19937 rng(7);
+    const ImageSize roi{5, 3};
+    for (const AccCase& c : accCases()) {
+        AccImages img(rng, c, roi.width, roi.height);
+        // Images in argument order with their step groups: sources, then mask and accumulator.
+        std::vector<zt::ImageRole> roles = {{c.srcBytes, 1, 0}};
+        CallArgs valid{{img.src1.data()}, {img.src1.step()}, roi, {}};
+        if (c.op == Acc::product) {
+            roles.push_back({c.srcBytes, 1, 0});
+            valid.ptr.push_back(img.src2.data());
+            valid.step.push_back(img.src2.step());
+        }
+        if (c.masked) {
+            roles.push_back({1, 1, 1});
+            valid.ptr.push_back(img.mask.data());
+            valid.step.push_back(img.mask.step());
+        }
+        roles.push_back({4, 1, 1});
+        valid.ptr.push_back(img.acc.data());
+        valid.step.push_back(img.acc.step());
+        const bool two = c.op == Acc::product;
+        auto call = [&c, two](const CallArgs& v) {
+            size_t k = 0;
+            AccArgs a{};
+            a.src1 = v.ptr[k], a.src1Step = v.step[k++];
+            if (two) a.src2 = v.ptr[k], a.src2Step = v.step[k++];
+            if (c.masked) a.mask = static_cast<const uint8_t*>(v.ptr[k]), a.maskStep = v.step[k++];
+            a.acc = static_cast<float*>(v.ptr[k]), a.accStep = v.step[k];
+            a.roi = v.roi, a.alpha = 0.5f;
+            return c.exported(a);
+        };
+        zt::expectCheckOrder(c.name, valid, call, zt::standardBreakers(roles, roi),
+                             {&img.acc.canvas, &img.src1.canvas, &img.mask.canvas});
+    }
+}
+
+TEST(Accumulate, AddWeightedNotInPlaceAgreesAndChecksItsThreeStepsTogether) {
+    std::mt19937 rng(11);
+    for (int w : zt::sweepWidths()) {
+        Image<float> a(rng, w, 2), b(rng, w, 2), dst(rng, w, 2);
+        zt::Canvas expected = dst.canvas;
+        const std::vector<uint8_t> before = dst.canvas.bytes();
+        const float alpha = w % 2 ? 0.25f : 1.0f;
+        ASSERT_EQ(zepiAddWeighted_32f_C1R(a.data(), a.step(), b.data(), b.step(), dst.data(), dst.step(), {w, 2},
+                                          alpha),
+                  zepStsOk);
+        zep::arith::addWeightedImage<Path::scalar>(a.data(), a.step(), b.data(), b.step(),
+                                                   reinterpret_cast<float*>(expected.first()), dst.step(), {w, 2},
+                                                   alpha);
+        ASSERT_EQ(zt::firstDifference(dst.canvas, expected), -1) << w;
+        ASSERT_EQ(zt::firstGuardChange(dst.canvas, before), -1) << w;
+    }
+    Image<float> a(rng, 4, 2), b(rng, 4, 2), dst(rng, 4, 2);
+    CallArgs valid{{a.data(), b.data(), dst.data()}, {a.step(), b.step(), dst.step()}, {4, 2}, {}};
+    auto call = [](const CallArgs& v) {
+        return zepiAddWeighted_32f_C1R(static_cast<const float*>(v.ptr[0]), v.step[0],
+                                       static_cast<const float*>(v.ptr[1]), v.step[1], static_cast<float*>(v.ptr[2]),
+                                       v.step[2], v.roi, 0.5f);
+    };
+    zt::expectCheckOrder("AddWeighted_32f_C1R", valid, call,
+                         zt::standardBreakers({{4, 1, 0}, {4, 1, 0}, {4, 1, 0}}, {4, 2}), {&dst.canvas});
+}
+
+// Worked examples of the arithmetic.
+TEST(Accumulate, MaskedOffPixelsKeepFiniteAccumulatorsButInfinityMakesNaN) {
+    float acc[4] = {1.5f, -2.0f, 3.0e38f, 7.0f};
+    const float keep[4] = {1.5f, -2.0f, 3.0e38f, 7.0f};
+    const uint8_t zeros[4] = {0, 0, 0, 0};
+    const uint8_t src8[4] = {255, 1, 2, 3};
+    const uint16_t src16[4] = {65535, 1, 2, 3};
+    const ImageSize roi{4, 1};
+    for (const AccCase& c : accCases()) {
+        if (!c.masked) continue;
+        const void* src = c.srcBytes == 1 ? static_cast<const void*>(src8) : static_cast<const void*>(src16);
+        const float finite[4] = {100.0f, -3.0f, 0.5f, 1.0e15f};
+        if (c.srcBytes == 4) src = finite;
+        std::copy(keep, keep + 4, acc);
+        ASSERT_EQ(c.exported({src, 16, src, 16, zeros, 4, acc, 16, roi, 0.75f}), zepStsOk);
+        EXPECT_EQ(std::memcmp(acc, keep, sizeof acc), 0) << c.name;
+    }
+    // The mask is applied arithmetically: inf * 0 is NaN.
+    const float inf[1] = {INFINITY};
+    float one[1] = {2.0f};
+    ASSERT_EQ(zepiAdd_32f_C1IMR(inf, 4, zeros, 1, one, 4, {1, 1}), zepStsOk);
+    EXPECT_TRUE(std::isnan(one[0]));
+    // acc + src * 0 with acc = -0 is +0, as the arithmetic says.
+    float negZero[1] = {-0.0f};
+    ASSERT_EQ(zepiAdd_8u32f_C1IMR(src8, 1, zeros, 1, negZero, 4, {1, 1}), zepStsOk);
+    EXPECT_FALSE(std::signbit(negZero[0]));
+}
+
+TEST(Accumulate, RunningAverageIsDifferenceTimesAlphaPlusAccumulator) {
+    const uint8_t one[1] = {1};
+    float acc[1] = {3.0f};
+    ASSERT_EQ(zepiAddWeighted_8u32f_C1IR(one, 1, acc, 4, {1, 1}, 0.5f), zepStsOk);
+    EXPECT_EQ(acc[0], 2.0f);
+    // alpha 1 copies the source and alpha 0 keeps the accumulator, whenever
+    // src - acc is exact (integer sources and integral accumulators here).
+    std::mt19937 rng(3);
+    uint8_t src[64];
+    float sum[64], kept[64];
+    for (int i = 0; i < 64; ++i) src[i] = uint8_t(rng()), sum[i] = kept[i] = float(int(rng() % 100000) - 50000);
+    ASSERT_EQ(zepiAddWeighted_8u32f_C1IR(src, 64, sum, 256, {64, 1}, 0.0f), zepStsOk);
+    EXPECT_EQ(std::memcmp(sum, kept, sizeof sum), 0);
+    ASSERT_EQ(zepiAddWeighted_8u32f_C1IR(src, 64, sum, 256, {64, 1}, 1.0f), zepStsOk);
+    for (int i = 0; i < 64; ++i) EXPECT_EQ(sum[i], float(src[i]));
+    // One rounding after the rounded difference: (1 - 3) * 0.1 + 3, not 0.9 * 3 + 0.1 * 1.
+    float a[1] = {3.0f};
+    const float s[1] = {1.0f};
+    ASSERT_EQ(zepiAddWeighted_32f_C1IR(s, 4, a, 4, {1, 1}, 0.1f), zepStsOk);
+    EXPECT_EQ(a[0], std::fma(-2.0f, 0.1f, 3.0f));
+}
+
+TEST(Accumulate, UnmaskedSquaresFuseMaskedSquaresRoundFirst) {
+    // a * a = 1 + 2^-11 + 2^-24 rounds to 1 + 2^-11 (a tie, to even).
+    const float a[1] = {1.0f + 0x1p-12f};
+    const uint8_t on[1] = {1};
+    float fused[1] = {-1.0f}, rounded[1] = {-1.0f};
+    ASSERT_EQ(zepiAddSquare_32f_C1IR(a, 4, fused, 4, {1, 1}), zepStsOk);
+    ASSERT_EQ(zepiAddSquare_32f_C1IMR(a, 4, on, 1, rounded, 4, {1, 1}), zepStsOk);
+    EXPECT_EQ(fused[0], 0x1p-11f + 0x1p-24f);
+    EXPECT_EQ(rounded[0], 0x1p-11f);
+    float pf[1] = {-1.0f}, pr[1] = {-1.0f};
+    ASSERT_EQ(zepiAddProduct_32f_C1IR(a, 4, a, 4, pf, 4, {1, 1}), zepStsOk);
+    ASSERT_EQ(zepiAddProduct_32f_C1IMR(a, 4, a, 4, on, 1, pr, 4, {1, 1}), zepStsOk);
+    EXPECT_EQ(pf[0], fused[0]);
+    EXPECT_EQ(pr[0], rounded[0]);
+}
+
+TEST(Accumulate, StepRules) {
+    const uint16_t src[8] = {};
+    const uint8_t mask[8] = {};
+    float acc[8] = {};
+    // A 16u step one byte past the row is not a multiple of 2; a mask step one past is fine.
+    EXPECT_EQ(zepiAdd_16u32f_C1IMR(src, 2 * 3 + 1, mask, 3, acc, 12, {3, 1}), zepStsStepNotMultiple);
+    EXPECT_EQ(zepiAdd_16u32f_C1IMR(src, 2 * 3, mask, 3 + 1, acc, 12, {3, 1}), zepStsOk);
+    EXPECT_EQ(zepiAdd_16u32f_C1IMR(src, 2 * 3 - 1, mask, 3, acc, 12, {3, 1}), zepStsBadStep);
+    EXPECT_EQ(zepiAdd_16u32f_C1IMR(nullptr, 6, mask, 3, acc, 12, {0, 1}), zepStsNullPointer);
+    EXPECT_EQ(zepiAdd_16u32f_C1IMR(src, -6, mask, 3, acc, 12, {3, 1}), zepStsBadStep);
+}
+
+// OpenCV's accumulate family on the same data. Sums and 8u squares and
+// products agree exactly; 16u and 32f squares and products may differ in the
+// last bit where OpenCV rounds the product before adding; the running average
+// is (1 - alpha) * acc + alpha * src there, so it agrees only within rounding.
+TEST(AccumulatePeers, OpenCVAccumulateFamily) {
+    std::mt19937 rng(5);
+    const int w = 97, h = 13;
+    cv::Mat src8(h, w, CV_8U), src16(h, w, CV_16U), src32(h, w, CV_32F), mask(h, w, CV_8U), base(h, w, CV_32F);
+    cv::randu(src8, 0, 256);
+    cv::randu(src16, 0, 65536);
+    cv::randu(src32, -1000.0, 1000.0);
+    cv::randu(mask, 0, 2);
+    cv::randu(base, -1.0e4, 1.0e4);
+    const ImageSize roi{w, h};
+    auto ours = [&](auto fn) {
+        cv::Mat acc = base.clone();
+        EXPECT_EQ(fn(acc.ptr<float>(), static_cast<int>(acc.step)), zepStsOk);
+        return acc;
+    };
+    auto theirs = [&](auto fn) {
+        cv::Mat acc = base.clone();
+        fn(acc);
+        return acc;
+    };
+    auto maxUlps = [](const cv::Mat& a, const cv::Mat& b) {
+        int64_t worst = 0;
+        for (int y = 0; y < a.rows; ++y)
+            for (int x = 0; x < a.cols; ++x) {
+                int32_t ia, ib;
+                std::memcpy(&ia, &a.at<float>(y, x), 4);
+                std::memcpy(&ib, &b.at<float>(y, x), 4);
+                worst = std::max<int64_t>(worst, std::abs(int64_t{ia} - ib));
+            }
+        return worst;
+    };
+    const int s8 = static_cast<int>(src8.step), s16 = static_cast<int>(src16.step),
+              s32 = static_cast<int>(src32.step), sm = static_cast<int>(mask.step);
+    EXPECT_EQ(maxUlps(ours([&](float* a, int as) { return zepiAdd_8u32f_C1IR(src8.data, s8, a, as, roi); }),
+                      theirs([&](cv::Mat& a) { cv::accumulate(src8, a); })),
+              0);
+    EXPECT_EQ(maxUlps(ours([&](float* a, int as) {
+                          return zepiAdd_16u32f_C1IMR(src16.ptr<uint16_t>(), s16, mask.data, sm, a, as, roi);
+                      }),
+                      theirs([&](cv::Mat& a) { cv::accumulate(src16, a, mask); })),
+              0);
+    EXPECT_EQ(maxUlps(ours([&](float* a, int as) {
+                          return zepiAdd_32f_C1IMR(src32.ptr<float>(), s32, mask.data, sm, a, as, roi);
+                      }),
+                      theirs([&](cv::Mat& a) { cv::accumulate(src32, a, mask); })),
+              0);
+    EXPECT_EQ(maxUlps(ours([&](float* a, int as) { return zepiAddSquare_8u32f_C1IR(src8.data, s8, a, as, roi); }),
+                      theirs([&](cv::Mat& a) { cv::accumulateSquare(src8, a); })),
+              0);
+    // Within one rounding of the largest product.
+    EXPECT_LE(cv::norm(ours([&](float* a, int as) {
+                           return zepiAddSquare_32f_C1IMR(src32.ptr<float>(), s32, mask.data, sm, a, as, roi);
+                       }),
+                       theirs([&](cv::Mat& a) { cv::accumulateSquare(src32, a, mask); }), cv::NORM_INF),
+              1.0e6 * 0x1p-23);
+    EXPECT_LE(cv::norm(ours([&](float* a, int as) {
+                           return zepiAddProduct_16u32f_C1IR(src16.ptr<uint16_t>(), s16, src16.ptr<uint16_t>(), s16,
+                                                             a, as, roi);
+                       }),
+                       theirs([&](cv::Mat& a) { cv::accumulateProduct(src16, src16, a); }), cv::NORM_INF),
+              65535.0 * 65535.0 * 0x1p-23);
+    EXPECT_EQ(maxUlps(ours([&](float* a, int as) {
+                          return zepiAddProduct_8u32f_C1IMR(src8.data, s8, src8.data, s8, mask.data, sm, a, as, roi);
+                      }),
+                      theirs([&](cv::Mat& a) { cv::accumulateProduct(src8, src8, a, mask); })),
+              0);
+    const cv::Mat avgOurs = ours([&](float* a, int as) {
+        return zepiAddWeighted_8u32f_C1IMR(src8.data, s8, mask.data, sm, a, as, roi, 0.2f);
+    });
+    const cv::Mat avgCv = theirs([&](cv::Mat& a) { cv::accumulateWeighted(src8, a, 0.2, mask); });
+    EXPECT_LE(cv::norm(avgOurs, avgCv, cv::NORM_INF), 1.0e-3);
+}
+
+}  // namespace

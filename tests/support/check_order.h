@@ -1,0 +1,103 @@
+// A table-driven check of the argument-check order. A call is described by
+// its images (element size, channels, step group) and optional extra
+// parameters; breakers spoil one argument each, listed in the documented
+// check order. Every breaker alone must give its status, every pair of
+// breakers must give the status of the one checked first, and no failing call
+// may write a byte of any image.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <zepcv.h>
+
+#include "support/image.h"
+
+namespace zt {
+
+// The arguments of a call under test; images in argument order.
+struct CallArgs {
+    std::vector<void*> ptr;
+    std::vector<int> step;
+    ImageSize roi{};
+    std::vector<double> param;  // operation parameters, as the call's adapter reads them
+};
+
+using Caller = std::function<ZepStatus(const CallArgs&)>;
+
+// Element size, channels, and the step group of an image: the groups are
+// checked one after another, each for step sizes first, then for multiples.
+struct ImageRole {
+    int elemBytes;
+    int channels;
+    int stepGroup;
+};
+
+struct Breaker {
+    std::string what;
+    int field;  // breakers of the same field are not combined
+    std::function<void(CallArgs&)> apply;
+    ZepStatus expected;
+};
+
+// Null pointers, then the ROI, then each step group (sizes, then multiples).
+inline std::vector<Breaker> standardBreakers(const std::vector<ImageRole>& roles, ImageSize roi) {
+    std::vector<Breaker> b;
+    const int n = static_cast<int>(roles.size());
+    for (int i = 0; i < n; ++i)
+        b.push_back({"null image " + std::to_string(i), i, [i](CallArgs& a) { a.ptr[i] = nullptr; },
+                     zepStsNullPointer});
+    b.push_back({"zero width", n, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize});
+    b.push_back({"negative height", n + 1, [](CallArgs& a) { a.roi.height = -1; }, zepStsBadSize});
+    int groups = 0;
+    for (const auto& r : roles) groups = std::max(groups, r.stepGroup + 1);
+    for (int g = 0; g < groups; ++g) {
+        for (int i = 0; i < n; ++i) {
+            if (roles[i].stepGroup != g) continue;
+            const int row = roi.width * roles[i].channels * roles[i].elemBytes;
+            b.push_back({"short step " + std::to_string(i), 100 + i,
+                         [i, row, e = roles[i].elemBytes](CallArgs& a) { a.step[i] = row - e; }, zepStsBadStep});
+        }
+        for (int i = 0; i < n; ++i) {
+            if (roles[i].stepGroup != g || roles[i].elemBytes == 1) continue;
+            const int row = roi.width * roles[i].channels * roles[i].elemBytes;
+            b.push_back({"odd step " + std::to_string(i), 100 + i, [i, row](CallArgs& a) { a.step[i] = row + 1; },
+                         zepStsStepNotMultiple});
+        }
+    }
+    return b;
+}
+
+// Runs every breaker alone and every pair of breakers; `images` are the
+// canvases behind `valid`, all of which must stay byte-identical.
+inline void expectCheckOrder(const std::string& name, const CallArgs& valid, const Caller& call,
+                             const std::vector<Breaker>& breakers, const std::vector<const Canvas*>& images) {
+    std::vector<std::vector<uint8_t>> before;
+    for (const Canvas* c : images) before.push_back(c->bytes());
+    auto untouched = [&] {
+        for (size_t k = 0; k < images.size(); ++k)
+            if (images[k]->bytes() != before[k]) return false;
+        return true;
+    };
+    for (size_t i = 0; i < breakers.size(); ++i) {
+        CallArgs a = valid;
+        breakers[i].apply(a);
+        EXPECT_EQ(call(a), breakers[i].expected) << name << ": " << breakers[i].what;
+        ASSERT_TRUE(untouched()) << name << ": " << breakers[i].what << " wrote output";
+        for (size_t j = i + 1; j < breakers.size(); ++j) {
+            if (breakers[j].field == breakers[i].field) continue;
+            CallArgs ab = valid;
+            breakers[j].apply(ab);
+            breakers[i].apply(ab);
+            EXPECT_EQ(call(ab), breakers[i].expected)
+                << name << ": " << breakers[i].what << " with " << breakers[j].what;
+            ASSERT_TRUE(untouched()) << name << ": " << breakers[i].what << " with " << breakers[j].what;
+        }
+    }
+}
+
+}  // namespace zt

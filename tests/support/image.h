@@ -1,0 +1,163 @@
+// Guarded test images: a region of interest placed at a chosen byte offset
+// inside mapped memory, with spare bytes in every row step and the last row
+// ending right before an inaccessible page, so that reading past the region
+// faults and writing past it shows in the guard bytes.
+#pragma once
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <stdexcept>
+#include <type_traits>
+#include <vector>
+
+namespace zt {
+
+class Canvas {
+public:
+    // lead: bytes before the first pixel; step: bytes between rows (>= rowBytes).
+    Canvas(int64_t rowBytes, int64_t height, int64_t step, int64_t lead)
+        : rowBytes_(rowBytes), height_(height), step_(step) {
+        const int64_t page = sysconf(_SC_PAGESIZE);
+        const int64_t used = lead + step * (height - 1) + rowBytes;
+        const int64_t dataPages = (used + page - 1) / page;
+        mapBytes_ = static_cast<size_t>((dataPages + 1) * page);
+        void* m = mmap(nullptr, mapBytes_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (m == MAP_FAILED) throw std::runtime_error("mmap failed");
+        map_ = static_cast<uint8_t*>(m);
+        mprotect(map_ + dataPages * page, static_cast<size_t>(page), PROT_NONE);
+        begin_ = map_ + dataPages * page - used;  // last row ends at the inaccessible page
+        first_ = begin_ + lead;
+        used_ = static_cast<size_t>(used);
+    }
+    Canvas(const Canvas& other) : Canvas(other.rowBytes_, other.height_, other.step_, other.first_ - other.begin_) {
+        std::memcpy(begin_, other.begin_, used_);
+    }
+    Canvas& operator=(const Canvas&) = delete;
+    ~Canvas() { munmap(map_, mapBytes_); }
+
+    uint8_t* first() const { return first_; }
+    int64_t step() const { return step_; }
+    int64_t rowBytes() const { return rowBytes_; }
+    int64_t height() const { return height_; }
+    uint8_t* row(int64_t y) const { return first_ + y * step_; }
+    // Every byte of the mapping in use, guards included.
+    std::vector<uint8_t> bytes() const { return {begin_, begin_ + used_}; }
+    // Whether a byte offset into bytes() lies inside the region.
+    bool inRegion(size_t offset) const {
+        const int64_t rel = static_cast<int64_t>(offset) - (first_ - begin_);
+        if (rel < 0) return false;
+        const int64_t y = rel / step_;
+        return y < height_ && rel % step_ < rowBytes_;
+    }
+
+private:
+    int64_t rowBytes_, height_, step_;
+    size_t mapBytes_ = 0, used_ = 0;
+    uint8_t* map_ = nullptr;
+    uint8_t* begin_ = nullptr;
+    uint8_t* first_ = nullptr;
+};
+
+// Values for random images: integers over their full range; floats mostly
+// moderate, with NaN, infinities, -0, zeros and tiny values mixed in when
+// `specials` is set.
+template <class T>
+T randomValue(std::mt19937& rng, bool specials) {
+    if constexpr (std::is_floating_point_v<T>) {
+        const uint32_t pick = rng() % 64;
+        if (specials) {
+            switch (pick) {
+                case 0: return std::numeric_limits<T>::quiet_NaN();
+                case 1: return std::numeric_limits<T>::infinity();
+                case 2: return -std::numeric_limits<T>::infinity();
+                case 3: return T(-0.0);
+                case 4: return T(0.0);
+                case 5: return std::numeric_limits<T>::denorm_min() * T(rng() % 1000);
+                case 6: return T(3.0e38) * (rng() % 2 ? T(1) : T(-1));
+                default: break;
+            }
+        }
+        return std::uniform_real_distribution<T>(T(-1000), T(1000))(rng);
+    } else {
+        return static_cast<T>(rng());
+    }
+}
+
+// A typed image of width x height pixels of `channels` elements in a Canvas
+// with a random misalignment (up to 63 bytes) and random spare bytes per row.
+template <class T>
+struct Image {
+    int width, height, channels;
+    Canvas canvas;
+
+    // unit: the element size that steps and the misalignment keep to (a byte
+    // image may stand in for wider elements).
+    Image(std::mt19937& rng, int w, int h, int ch = 1, bool specials = true, int unit = sizeof(T))
+        : width(w), height(h), channels(ch), canvas(makeCanvas(rng, w, h, ch, unit)) {
+        for (int y = 0; y < h; ++y)
+            for (int64_t x = 0; x < int64_t{w} * ch; ++x) at(y)[x] = randomValue<T>(rng, specials);
+    }
+
+    T* at(int y) const { return reinterpret_cast<T*>(canvas.row(y)); }
+    T* data() const { return at(0); }
+    int step() const { return static_cast<int>(canvas.step()); }
+    void fill(T v) {
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width * channels; ++x) at(y)[x] = v;
+    }
+
+private:
+    static Canvas makeCanvas(std::mt19937& rng, int w, int h, int ch, int unit) {
+        const int64_t rowBytes = int64_t{w} * ch * static_cast<int64_t>(sizeof(T));
+        const int64_t spare = (rng() % 3 == 0) ? 0 : int64_t{unit} * (1 + rng() % 40);
+        const int64_t lead = int64_t{unit} * (rng() % (64 / unit));
+        Canvas c(rowBytes, h, rowBytes + spare, lead);
+        uint8_t* p = c.first() - lead;
+        const int64_t used = lead + c.step() * (h - 1) + rowBytes;
+        for (int64_t i = 0; i < used; ++i) p[i] = static_cast<uint8_t>(rng());
+        return c;
+    }
+};
+
+// Byte-wise comparison of two canvases of the same layout (NaNs by their
+// bits as well). Returns the first differing offset or -1.
+inline int64_t firstDifference(const Canvas& a, const Canvas& b) {
+    const std::vector<uint8_t> x = a.bytes(), y = b.bytes();
+    for (size_t i = 0; i < x.size(); ++i)
+        if (x[i] != y[i]) return static_cast<int64_t>(i);
+    return -1;
+}
+
+// Rewrites every NaN in the region of a 32f canvas as the default quiet NaN:
+// which NaN payload and sign an operation with several NaN operands returns
+// follows the processor's operand order, not the library's rules.
+inline void canonicalizeNaNs(const Canvas& c) {
+    for (int64_t y = 0; y < c.height(); ++y) {
+        float* row = reinterpret_cast<float*>(c.row(y));
+        for (int64_t x = 0; x < c.rowBytes() / 4; ++x)
+            if (std::isnan(row[x])) row[x] = std::numeric_limits<float>::quiet_NaN();
+    }
+}
+
+// The first byte outside the region that differs from `before`, or -1.
+inline int64_t firstGuardChange(const Canvas& c, const std::vector<uint8_t>& before) {
+    const std::vector<uint8_t> now = c.bytes();
+    for (size_t i = 0; i < now.size(); ++i)
+        if (now[i] != before[i] && !c.inRegion(i)) return static_cast<int64_t>(i);
+    return -1;
+}
+
+// Widths around every block size of 16, 32 and 64 lanes, and a few wide rows.
+inline const std::vector<int>& sweepWidths() {
+    static const std::vector<int> w = {1,  2,  3,  4,  5,  7,  8,   13,  15,  16,  17,  31,  32,  33,
+                                       47, 48, 49, 63, 64, 65, 95,  96,  97,  127, 128, 129, 200, 257};
+    return w;
+}
+
+}  // namespace zt
