@@ -121,5 +121,12 @@ ZEPCV_API const LibraryVersion* zepcvGetLibVersion(void);
 #endif
 
 #include "zepcv/arith.h"
+#include "zepcv/norm.h"
+#include "zepcv/stats.h"
+#include "zepcv/filter.h"
+#include "zepcv/integral.h"
+#include "zepcv/distance.h"
+#include "zepcv/motion.h"
+#include "zepcv/geometry.h"
 
 #endif /* ZEPCV_H */
