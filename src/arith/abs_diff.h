@@ -37,23 +37,22 @@ inline __m512i absDiffBlock(__m512i a, __m512i b) {
 
 template <Path P, class T>
 void absDiffRows(Rows<const T> a, Rows<const T> b, Rows<T> dst, int rowElements, int height) {
-    constexpr int lanes = 64 / sizeof(T);
+    const Store store = storeFor(int64_t{rowElements} * static_cast<int64_t>(sizeof(T)), height);
     for (int y = 0; y < height; ++y) {
         const T* ra = a[y];
         const T* rb = b[y];
-        T* rd = dst[y];
-        walkRow<P, lanes>(
-            rowElements,
-            [&](int x) { simd::store512(rd + x, absDiffBlock<T>(simd::load512(ra + x), simd::load512(rb + x))); },
-            [&](int x) { rd[x] = absDiffPixel(ra[x], rb[x]); });
+        mapRow<P>(
+            rowElements, dst[y], store,
+            [&](int x) { return absDiffBlock<T>(simd::load512(ra + x), simd::load512(rb + x)); },
+            [&](int x) { return absDiffPixel(ra[x], rb[x]); });
     }
+    finishStores(store);
 }
 
 // Checks: null pointers, ROI, then the sources' steps and the destination's;
 // 16u checks its three steps together (sizes, then evenness).
 template <Path P, class T, int Channels>
-ZepStatus absDiffImage(const T* src1, int src1Step, const T* src2, int src2Step, T* dst, int dstStep,
-                       ImageSize roi) {
+ZepStatus absDiffImage(const T* src1, int src1Step, const T* src2, int src2Step, T* dst, int dstStep, ImageSize roi) {
     Checks checks;
     checks.notNull(src1, src2, dst).roi(roi);
     if constexpr (std::is_same_v<T, uint16_t>) {
@@ -87,26 +86,30 @@ inline T absDiffConstPixel(T src, V value, int x, int width) {
     }
 }
 
-// Vector blocks always end inside the low-bits part of the row: a block ends
-// at a multiple of 64 bytes, which is a multiple of the 4- or 2-pixel group.
+// The vector blocks cover the low-bits part of each row only.
 template <Path P, class T, class V>
 void absDiffConstRows(Rows<const T> src, Rows<T> dst, ImageSize roi, V value) {
-    constexpr int lanes = 64 / sizeof(T);
     __m512i constant;
+    int lowBitsPart = roi.width;
     if constexpr (std::is_same_v<T, uint8_t>) {
         constant = _mm512_set1_epi8(static_cast<char>(value));
+        lowBitsPart -= roi.width % 4;
     } else if constexpr (std::is_same_v<T, uint16_t>) {
         constant = _mm512_set1_epi16(static_cast<short>(value));
+        lowBitsPart -= roi.width % 2;
     } else {
         constant = _mm512_castps_si512(_mm512_set1_ps(value));
     }
+    const Store store = storeFor(int64_t{roi.width} * static_cast<int64_t>(sizeof(T)), roi.height);
     for (int y = 0; y < roi.height; ++y) {
         const T* rs = src[y];
         T* rd = dst[y];
-        walkRow<P, lanes>(
-            roi.width, [&](int x) { simd::store512(rd + x, absDiffBlock<T>(simd::load512(rs + x), constant)); },
-            [&](int x) { rd[x] = absDiffConstPixel(rs[x], value, x, roi.width); });
+        auto pixel = [&](int x) { return absDiffConstPixel(rs[x], value, x, roi.width); };
+        mapRow<P>(
+            lowBitsPart, rd, store, [&](int x) { return absDiffBlock<T>(simd::load512(rs + x), constant); }, pixel);
+        for (int x = lowBitsPart; x < roi.width; ++x) rd[x] = pixel(x);
     }
+    finishStores(store);
 }
 
 template <Path P, class T, class V>

@@ -53,29 +53,30 @@ template <Path P, Acc Op, bool Masked, class Src>
 void accumulateRows(Rows<const Src> a, Rows<const Src> b, Rows<const uint8_t> mask, Rows<const float> accIn,
                     Rows<float> accOut, ImageSize roi, float alpha) {
     const __m512 alphaV = _mm512_set1_ps(alpha);
+    const bool inPlace = accIn.first == accOut.first;
+    const Store store = inPlace ? Store::cached : storeFor(int64_t{roi.width} * 4, roi.height);
     for (int y = 0; y < roi.height; ++y) {
         const Src* rowA = a[y];
         const Src* rowB = b[y];
         const uint8_t* rowM = mask[y];
         const float* in = accIn[y];
-        float* out = accOut[y];
-        walkRow<P, 16>(
-            roi.width,
+        mapRow<P>(
+            roi.width, accOut[y], store,
             [&](int x) {
                 const __m512 va = simd::loadAsFloat(rowA + x);
                 const __m512 vb = Op == Acc::product ? simd::loadAsFloat(rowB + x) : va;
                 __m512 factor = _mm512_setzero_ps();
                 if constexpr (Masked) factor = simd::unitWhere(simd::nonzeroLanes16(rowM + x));
-                _mm512_storeu_ps(out + x,
-                                 accumulateBlock<Op, Masked>(_mm512_loadu_ps(in + x), va, vb, factor, alphaV));
+                return accumulateBlock<Op, Masked>(_mm512_loadu_ps(in + x), va, vb, factor, alphaV);
             },
             [&](int x) {
                 const float va = static_cast<float>(rowA[x]);
                 const float vb = Op == Acc::product ? static_cast<float>(rowB[x]) : va;
                 const float factor = Masked && rowM[x] != 0 ? 1.0f : 0.0f;
-                out[x] = accumulatePixel<Op, Masked>(in[x], va, vb, factor, alpha);
+                return accumulatePixel<Op, Masked>(in[x], va, vb, factor, alpha);
             });
     }
+    finishStores(store);
 }
 
 // An in-place accumulation with its checks: null pointers; the ROI; the
@@ -101,13 +102,13 @@ ZepStatus accumulateImage(const Src* src1, int src1Step, const Src* src2, int sr
 // dst = (src1 - src2) * alpha + src2, not in place; the three steps are
 // checked together, first for size, then for multiples of 4.
 template <Path P>
-ZepStatus addWeightedImage(const float* src1, int src1Step, const float* src2, int src2Step, float* dst,
-                           int dstStep, ImageSize roi, float alpha) {
+ZepStatus addWeightedImage(const float* src1, int src1Step, const float* src2, int src2Step, float* dst, int dstStep,
+                           ImageSize roi, float alpha) {
     return Checks{}
         .notNull(src1, src2, dst)
         .roi(roi)
-        .steps({rowOf<float>(src1Step, roi.width), rowOf<float>(src2Step, roi.width),
-                rowOf<float>(dstStep, roi.width)})
+        .steps(
+            {rowOf<float>(src1Step, roi.width), rowOf<float>(src2Step, roi.width), rowOf<float>(dstStep, roi.width)})
         .run([&] {
             accumulateRows<P, Acc::weighted, false, float>(rows(src1, src1Step), rows(src1, src1Step),
                                                            rows<const uint8_t>(nullptr, 0), rows(src2, src2Step),

@@ -1,10 +1,10 @@
 // Border types: a base type in the low four bits, in-memory flags above it.
 #pragma once
 
+#include <zepcv.h>
+
 #include <cstdint>
 #include <initializer_list>
-
-#include <zepcv.h>
 
 namespace zep {
 

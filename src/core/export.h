@@ -13,8 +13,8 @@
 
 #include <zepcv.h>
 
-#define ZEP_EXPORT(name)                        \
-    extern "C" decltype(::name) name##_impl;    \
+#define ZEP_EXPORT(name)                     \
+    extern "C" decltype(::name) name##_impl; \
     extern "C" ZepStatus name##_impl
 
 namespace zep {

@@ -1,14 +1,14 @@
 // Absolute differences: vector path against the scalar definition, the
 // out-of-range constant rule, float specials, check orders, and OpenCV.
-#include <gtest/gtest.h>
+#include "arith/abs_diff.h"
 
-#include <opencv2/core.hpp>
+#include <gtest/gtest.h>
 
 #include <cmath>
 #include <memory>
+#include <opencv2/core.hpp>
 #include <random>
 
-#include "arith/abs_diff.h"
 #include "support/check_order.h"
 
 namespace {
@@ -17,19 +17,29 @@ using zep::Path;
 using zt::CallArgs;
 using zt::Image;
 
+// Sizes: the width sweep at heights 1 and 4, and one destination of over a
+// megabyte with an odd width, which is written with streaming stores.
+std::vector<ImageSize> sizesFor(int elemBytes) {
+    std::vector<ImageSize> sizes;
+    for (int w : zt::sweepWidths())
+        for (int h : {1, 4}) sizes.push_back({w, h});
+    sizes.push_back({1283, (1 << 20) / (1283 * elemBytes) + 1});
+    return sizes;
+}
+
 template <class T, int Channels>
 void expectAbsDiffAgrees(ZepStatus (*exported)(const T*, int, const T*, int, T*, int, ImageSize), const char* name) {
     std::mt19937 rng(99);
-    for (int w : zt::sweepWidths()) {
-        for (int h : {1, 4}) {
+    for (const ImageSize size : sizesFor(sizeof(T) * Channels)) {
+        {
+            const int w = size.width, h = size.height;
             Image<T> a(rng, w, h, Channels), b(rng, w, h, Channels), dst(rng, w, h, Channels);
             if (rng() % 4 == 0) b.fill(T(0));
             zt::Canvas expected = dst.canvas;
             const std::vector<uint8_t> before = dst.canvas.bytes();
             ASSERT_EQ(exported(a.data(), a.step(), b.data(), b.step(), dst.data(), dst.step(), {w, h}), zepStsOk);
-            zep::arith::absDiffImage<Path::scalar, T, Channels>(a.data(), a.step(), b.data(), b.step(),
-                                                                reinterpret_cast<T*>(expected.first()), dst.step(),
-                                                                {w, h});
+            zep::arith::absDiffImage<Path::scalar, T, Channels>(
+                a.data(), a.step(), b.data(), b.step(), reinterpret_cast<T*>(expected.first()), dst.step(), {w, h});
             ASSERT_EQ(zt::firstDifference(dst.canvas, expected), -1) << name << " width " << w << " height " << h;
             ASSERT_EQ(zt::firstGuardChange(dst.canvas, before), -1) << name << " width " << w;
         }
@@ -41,13 +51,14 @@ void expectAbsDiffConstAgrees(ZepStatus (*exported)(const T*, int, T*, int, Imag
                               std::initializer_list<V> values, const char* name) {
     std::mt19937 rng(100);
     for (V value : values) {
-        for (int w : zt::sweepWidths()) {
-            Image<T> src(rng, w, 3), dst(rng, w, 3);
+        for (const ImageSize size : sizesFor(sizeof(T))) {
+            const int w = size.width, h = size.height;
+            Image<T> src(rng, w, h), dst(rng, w, h);
             zt::Canvas expected = dst.canvas;
             const std::vector<uint8_t> before = dst.canvas.bytes();
-            ASSERT_EQ(exported(src.data(), src.step(), dst.data(), dst.step(), {w, 3}, value), zepStsOk);
-            zep::arith::absDiffConstImage<Path::scalar>(src.data(), src.step(), reinterpret_cast<T*>(expected.first()),
-                                                        dst.step(), ImageSize{w, 3}, value);
+            ASSERT_EQ(exported(src.data(), src.step(), dst.data(), dst.step(), {w, h}, value), zepStsOk);
+            zep::arith::absDiffConstImage<Path::scalar>(
+                src.data(), src.step(), reinterpret_cast<T*>(expected.first()), dst.step(), ImageSize{w, h}, value);
             ASSERT_EQ(zt::firstDifference(dst.canvas, expected), -1) << name << " value " << value << " width " << w;
             ASSERT_EQ(zt::firstGuardChange(dst.canvas, before), -1) << name << " width " << w;
         }
@@ -117,8 +128,8 @@ void checkOrder(const char* name, const zt::Caller& call, const std::vector<zt::
     CallArgs valid{{}, {}, roi, {}};
     std::vector<const zt::Canvas*> canvases;
     for (const auto& r : roles) {
-        images.push_back(
-            std::make_unique<Image<uint8_t>>(rng, roi.width * r.elemBytes * r.channels, roi.height, 1, false, r.elemBytes));
+        images.push_back(std::make_unique<Image<uint8_t>>(rng, roi.width * r.elemBytes * r.channels, roi.height, 1,
+                                                          false, r.elemBytes));
         valid.ptr.push_back(images.back()->data());
         valid.step.push_back(images.back()->step());
         canvases.push_back(&images.back()->canvas);
@@ -157,8 +168,8 @@ TEST(AbsDiffPeers, OpenCVAbsdiff) {
         return zepiAbsDiff_8u_C3R(a.data, int(a.step), b.data, int(b.step), d.data, int(d.step), roi);
     });
     compare(CV_16UC1, [&](cv::Mat& a, cv::Mat& b, cv::Mat& d) {
-        return zepiAbsDiff_16u_C1R(a.ptr<uint16_t>(), int(a.step), b.ptr<uint16_t>(), int(b.step),
-                                   d.ptr<uint16_t>(), int(d.step), roi);
+        return zepiAbsDiff_16u_C1R(a.ptr<uint16_t>(), int(a.step), b.ptr<uint16_t>(), int(b.step), d.ptr<uint16_t>(),
+                                   int(d.step), roi);
     });
     compare(CV_32FC1, [&](cv::Mat& a, cv::Mat& b, cv::Mat& d) {
         return zepiAbsDiff_32f_C1R(a.ptr<float>(), int(a.step), b.ptr<float>(), int(b.step), d.ptr<float>(),

@@ -1,14 +1,14 @@
 // Accumulation: the vector path against the scalar definition, the rules of
 // the arithmetic, the check order, and OpenCV's accumulate family.
+#include "arith/accumulate.h"
+
 #include <gtest/gtest.h>
 
-#include <opencv2/imgproc.hpp>
-
 #include <cmath>
+#include <opencv2/imgproc.hpp>
 #include <random>
 #include <string>
 
-#include "arith/accumulate.h"
 #include "support/check_order.h"
 
 namespace {
@@ -63,8 +63,8 @@ ZepStatus callExport(const AccArgs& a) {
 template <Acc Op, bool Masked, class Src>
 ZepStatus callScalar(const AccArgs& a) {
     return zep::arith::accumulateImage<Path::scalar, Op, Masked, Src>(
-        static_cast<const Src*>(a.src1), a.src1Step, static_cast<const Src*>(a.src2), a.src2Step, a.mask,
-        a.maskStep, a.acc, a.accStep, a.roi, a.alpha);
+        static_cast<const Src*>(a.src1), a.src1Step, static_cast<const Src*>(a.src2), a.src2Step, a.mask, a.maskStep,
+        a.acc, a.accStep, a.roi, a.alpha);
 }
 
 template <Acc Op, bool Masked, class Src, auto F>
@@ -121,13 +121,14 @@ struct AccImages {
         const uint32_t density = rng() % 4;  // none, sparse, dense, all
         for (int y = 0; y < h; ++y)
             for (int x = 0; x < w; ++x)
-                mask.at(y)[x] = density == 0 ? 0 : density == 3 ? uint8_t(1 + rng() % 255)
-                                                 : (rng() % 3 < density ? uint8_t(rng() | 1) : 0);
+                mask.at(y)[x] = density == 0   ? 0
+                                : density == 3 ? uint8_t(1 + rng() % 255)
+                                               : (rng() % 3 < density ? uint8_t(rng() | 1) : 0);
     }
 
     AccArgs args(ImageSize roi, float alpha) {
-        return {src1.data(), src1.step(), src2.data(), src2.step(), mask.data(), mask.step(),
-                acc.data(),  acc.step(),  roi,         alpha};
+        return {src1.data(), src1.step(), src2.data(), src2.step(), mask.data(),
+                mask.step(), acc.data(),  acc.step(),  roi,         alpha};
     }
 };
 
@@ -194,16 +195,20 @@ TEST(Accumulate, CheckOrder) {
 
 TEST(Accumulate, AddWeightedNotInPlaceAgreesAndChecksItsThreeStepsTogether) {
     std::mt19937 rng(11);
-    for (int w : zt::sweepWidths()) {
-        Image<float> a(rng, w, 2), b(rng, w, 2), dst(rng, w, 2);
+    std::vector<ImageSize> sizes;
+    for (int w : zt::sweepWidths()) sizes.push_back({w, 2});
+    sizes.push_back({1283, 210});  // over a megabyte: streaming stores
+    for (const ImageSize size : sizes) {
+        const int w = size.width, h = size.height;
+        Image<float> a(rng, w, h), b(rng, w, h), dst(rng, w, h);
         zt::Canvas expected = dst.canvas;
         const std::vector<uint8_t> before = dst.canvas.bytes();
         const float alpha = w % 2 ? 0.25f : 1.0f;
-        ASSERT_EQ(zepiAddWeighted_32f_C1R(a.data(), a.step(), b.data(), b.step(), dst.data(), dst.step(), {w, 2},
-                                          alpha),
-                  zepStsOk);
+        ASSERT_EQ(
+            zepiAddWeighted_32f_C1R(a.data(), a.step(), b.data(), b.step(), dst.data(), dst.step(), {w, h}, alpha),
+            zepStsOk);
         zep::arith::addWeightedImage<Path::scalar>(a.data(), a.step(), b.data(), b.step(),
-                                                   reinterpret_cast<float*>(expected.first()), dst.step(), {w, 2},
+                                                   reinterpret_cast<float*>(expected.first()), dst.step(), {w, h},
                                                    alpha);
         ASSERT_EQ(zt::firstDifference(dst.canvas, expected), -1) << w;
         ASSERT_EQ(zt::firstGuardChange(dst.canvas, before), -1) << w;
