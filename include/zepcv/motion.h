@@ -16,7 +16,8 @@
  * - up: source pixel i sits at output coordinate i * rate; it weighs
  *   K(i * rate - x) in output x;
  * where K(t) interpolates the taps linearly, K(k - r) = K[k], and is 0 at
- * |t| >= r + 1. Taps of weight 0 are skipped (an infinity there spreads no
+ * |t| >= r + 1. Up at a rate above r + 1, distances are first multiplied by
+ * (r + 1) / rate, so that every output reaches a source pixel. Taps of weight 0 are skipped (an infinity there spreads no
  * NaN); a kernel whose weights sum to 0 is applied without division. The
  * weights are formed in double and rounded to single precision once; sums
  * run in single precision without fused multiply-adds, in tap order.

@@ -52,11 +52,13 @@ constexpr int dataTypeOf() {
     return std::is_same_v<T, uint8_t> ? zep8u : std::is_same_v<T, uint16_t> ? zep16u : zep32f;
 }
 
-// A tap bound: integer source positions within the kernel's open reach of
-// n + 1 (source pixels down, destination pixels up).
+// A tap bound: integer source positions within the kernel's open reach
+// (source pixels down, destination pixels up; up, the reach is at least the
+// rate, see outputTaps).
 inline int64_t tapBound(Dir d, float rate, int n) {
     if (d == Dir::down) return int64_t{n} + 1;
-    return static_cast<int64_t>(std::floor(static_cast<double>(n + 1) / static_cast<double>(rate))) + 1;
+    const double reach = std::max<double>(n / 2 + 1, rate);
+    return static_cast<int64_t>(std::floor(2.0 * reach / static_cast<double>(rate))) + 1;
 }
 
 // The largest destination for a source: the down size, or the largest up size.
@@ -120,7 +122,10 @@ inline int outputTaps(Dir d, int64_t x, int32_t len, const double* kernel, int n
                       int32_t* index, float* weight) {
     const double r = static_cast<double>(rate);
     const int half = n / 2;
-    const double reach = half + 1;
+    // Up at a rate beyond the kernel's reach, distances shrink by (r + 1) / rate
+    // so that every output still reaches a source pixel.
+    const double scale = d == Dir::up && r > half + 1 ? (half + 1) / r : 1.0;
+    const double reach = (half + 1) / scale;
     const double at = static_cast<double>(x);
     int64_t lo, hi;
     if (d == Dir::down) {
@@ -134,7 +139,7 @@ inline int outputTaps(Dir d, int64_t x, int32_t len, const double* kernel, int n
         int count = 0;
         for (int64_t i = lo; i <= hi && count < maxTaps; ++i) {
             const double dist = d == Dir::down ? static_cast<double>(i) - at * r : static_cast<double>(i) * r - at;
-            if (std::fabs(dist) < reach) visit(count++, i, kernelAt(kernel, n, dist));
+            if (std::fabs(dist) < reach) visit(count++, i, kernelAt(kernel, n, dist * scale));
         }
         return count;
     };
