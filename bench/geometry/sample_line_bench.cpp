@@ -1,10 +1,9 @@
 // Line sampling beside cv::LineIterator: 64 lines across the image per job,
 // spread over every direction.
-#include <opencv2/imgproc.hpp>
-
-#include <vector>
-
 #include <zepcv.h>
+
+#include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "support/bench.h"
 
@@ -41,8 +40,7 @@ void reg(const char* name, int type) {
             for (const auto& [a, b] : l->ends) {
                 cv::LineIterator it(l->img, {a.x, a.y}, {b.x, b.y}, 8);
                 T* o = reinterpret_cast<T*>(l->out.data());
-                for (int i = 0; i < it.count; ++i, ++it, o += Ch)
-                    std::memcpy(o, *it, sizeof(T) * Ch);
+                for (int i = 0; i < it.count; ++i, ++it, o += Ch) std::memcpy(o, *it, sizeof(T) * Ch);
             }
         };
         job.bytesMoved = samples * 2 * Ch * int64_t(sizeof(T));

@@ -1,10 +1,9 @@
 // Rate-2 pyramid layers with the kernel 1 4 6 4 1 beside cv::pyrDown and
 // cv::pyrUp (the same job: see the layer tests).
-#include <opencv2/imgproc.hpp>
-
-#include <vector>
-
 #include <zepcv.h>
+
+#include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "support/bench.h"
 
@@ -53,10 +52,10 @@ void reg(const char* name, int type, bool down, GetSize<T> getSize, Init<T, S> i
     });
 }
 
-#define ZB_LAYER(T, SUFFIX, TYPE)                                                                              \
-    reg<T, PyramidDownState>("PyramidLayerDown_" #SUFFIX, TYPE, true, zepiPyramidLayerDownGetSize_##SUFFIX,     \
-                             zepiPyramidLayerDownInit_##SUFFIX, zepiPyramidLayerDown_##SUFFIX);                 \
-    reg<T, PyramidUpState>("PyramidLayerUp_" #SUFFIX, TYPE, false, zepiPyramidLayerUpGetSize_##SUFFIX,          \
+#define ZB_LAYER(T, SUFFIX, TYPE)                                                                           \
+    reg<T, PyramidDownState>("PyramidLayerDown_" #SUFFIX, TYPE, true, zepiPyramidLayerDownGetSize_##SUFFIX, \
+                             zepiPyramidLayerDownInit_##SUFFIX, zepiPyramidLayerDown_##SUFFIX);             \
+    reg<T, PyramidUpState>("PyramidLayerUp_" #SUFFIX, TYPE, false, zepiPyramidLayerUpGetSize_##SUFFIX,      \
                            zepiPyramidLayerUpInit_##SUFFIX, zepiPyramidLayerUp_##SUFFIX);
 
 void registerAll() {

@@ -91,8 +91,10 @@ ZepStatus sampleLineImage(const T* src, int srcStep, ImageSize roi, T* dst, Imag
     auto outside = [&](ImagePoint p) { return p.x < 0 || p.y < 0 || p.x >= roi.width || p.y >= roi.height; };
     int32_t count = 0;
     Checks checks;
-    checks.notNull(src, dst).roi(roi).steps({rowOf<T>(srcStep, roi.width, Ch)}).fail(outside(from) || outside(to),
-                                                                                      zepStsOutOfRange);
+    checks.notNull(src, dst)
+        .roi(roi)
+        .steps({rowOf<T>(srcStep, roi.width, Ch)})
+        .fail(outside(from) || outside(to), zepStsOutOfRange);
     if (checks.status() == zepStsOk) checks.fail(true, lineSampleCount(from, to, count));
     return checks.run([&] {
         if constexpr (P == Path::vector) {

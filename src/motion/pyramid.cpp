@@ -35,34 +35,30 @@ ZEP_EXPORT(zepiPyramidGetSize)(int* pPyrSize, int* pBufSize, int level, ImageSiz
         });
 }
 
-ZEP_EXPORT(zepiPyramidInit)(Pyramid** ppPyr, int level, ImageSize roi, float rate, uint8_t* pPyrMem,
-                            uint8_t* pBuffer) {
-    return Checks{}
-        .notNull(ppPyr, pPyrMem, pBuffer)
-        .roi(roi)
-        .fail(badRate(rate) || level < 1, zepStsBadArg)
-        .run([&] {
-            // Level sizes go to the work buffer while counting (it may be unaligned).
-            std::memcpy(pBuffer, &roi, sizeof roi);
-            const int32_t levels = countLevels(roi, rate, level, [&](int32_t i, ImageSize s) {
-                std::memcpy(pBuffer + sizeof(ImageSize) * static_cast<size_t>(i), &s, sizeof s);
-            });
-            const RecordLayout at = recordLayout(reinterpret_cast<uintptr_t>(pPyrMem), levels);
-            auto* pyr = reinterpret_cast<Pyramid*>(pPyrMem + at.record);
-            pyr->pRoi = reinterpret_cast<ImageSize*>(pPyrMem + at.sizes);
-            pyr->pImage = reinterpret_cast<void**>(pPyrMem + at.images);
-            pyr->pRate = reinterpret_cast<double*>(pPyrMem + at.rates);
-            pyr->pStep = reinterpret_cast<int32_t*>(pPyrMem + at.steps);
-            pyr->pState = nullptr;
-            pyr->level = levels;
-            double r = 1.0;
-            for (int32_t i = 0; i <= levels; ++i) {
-                std::memcpy(&pyr->pRoi[i], pBuffer + sizeof(ImageSize) * static_cast<size_t>(i), sizeof(ImageSize));
-                pyr->pImage[i] = nullptr;
-                pyr->pRate[i] = r;
-                pyr->pStep[i] = 0;
-                r *= static_cast<double>(rate);
-            }
-            *ppPyr = pyr;
+ZEP_EXPORT(zepiPyramidInit)
+(Pyramid** ppPyr, int level, ImageSize roi, float rate, uint8_t* pPyrMem, uint8_t* pBuffer) {
+    return Checks{}.notNull(ppPyr, pPyrMem, pBuffer).roi(roi).fail(badRate(rate) || level < 1, zepStsBadArg).run([&] {
+        // Level sizes go to the work buffer while counting (it may be unaligned).
+        std::memcpy(pBuffer, &roi, sizeof roi);
+        const int32_t levels = countLevels(roi, rate, level, [&](int32_t i, ImageSize s) {
+            std::memcpy(pBuffer + sizeof(ImageSize) * static_cast<size_t>(i), &s, sizeof s);
         });
+        const RecordLayout at = recordLayout(reinterpret_cast<uintptr_t>(pPyrMem), levels);
+        auto* pyr = reinterpret_cast<Pyramid*>(pPyrMem + at.record);
+        pyr->pRoi = reinterpret_cast<ImageSize*>(pPyrMem + at.sizes);
+        pyr->pImage = reinterpret_cast<void**>(pPyrMem + at.images);
+        pyr->pRate = reinterpret_cast<double*>(pPyrMem + at.rates);
+        pyr->pStep = reinterpret_cast<int32_t*>(pPyrMem + at.steps);
+        pyr->pState = nullptr;
+        pyr->level = levels;
+        double r = 1.0;
+        for (int32_t i = 0; i <= levels; ++i) {
+            std::memcpy(&pyr->pRoi[i], pBuffer + sizeof(ImageSize) * static_cast<size_t>(i), sizeof(ImageSize));
+            pyr->pImage[i] = nullptr;
+            pyr->pRate[i] = r;
+            pyr->pStep[i] = 0;
+            r *= static_cast<double>(rate);
+        }
+        *ppPyr = pyr;
+    });
 }

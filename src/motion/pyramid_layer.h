@@ -37,8 +37,8 @@ struct LayerState {
     ImageSize maxSrc;  // the size Init was given: the largest source
     int32_t maxTaps;   // taps an output coordinate can have
     int32_t pad;
-    int64_t stride;    // elements of one tap's row of column tables
-    int64_t kernel, rowIndex, rowWeight, scratch, colIndex, colWeight;
+    int64_t stride;  // elements of one tap's row of column tables
+    int64_t kernel, rowIndex, rowWeight, scratch, colIndex, colWeight, colWindow;
 };
 
 // Identity of a state: direction, data-type code and channels in the low bits.
@@ -91,6 +91,7 @@ inline LayerState stateLayout(Dir d, ImageSize src, float rate, int n, int chann
     s.scratch = take(4 * int64_t{src.width} * channels);
     s.colIndex = take(4 * taps * s.stride);
     s.colWeight = take(4 * taps * s.stride);
+    s.colWindow = take(4 * taps * (s.stride / 16));
     total = at + 63;
     return s;
 }
@@ -171,7 +172,8 @@ inline void storeElements(T* p, __m512 v) {
         _mm512_storeu_ps(p, v);
     } else {
         constexpr float top = std::is_same_v<T, uint8_t> ? 255.0f : 65535.0f;
-        __m512 t = _mm512_roundscale_ps(_mm512_add_ps(v, _mm512_set1_ps(0.5f)), _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
+        __m512 t =
+            _mm512_roundscale_ps(_mm512_add_ps(v, _mm512_set1_ps(0.5f)), _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
         t = _mm512_min_ps(_mm512_max_ps(t, _mm512_setzero_ps()), _mm512_set1_ps(top));
         const __m512i i = _mm512_cvttps_epi32(t);
         if constexpr (std::is_same_v<T, uint8_t>) {
@@ -192,15 +194,19 @@ auto stateParts(LayerState* s) {
         float* scratch;
         int32_t* colIndex;
         float* colWeight;
+        int32_t* colWindow;
     };
     return Parts{reinterpret_cast<const double*>(base + s->kernel), reinterpret_cast<int32_t*>(base + s->rowIndex),
                  reinterpret_cast<float*>(base + s->rowWeight),     reinterpret_cast<float*>(base + s->scratch),
-                 reinterpret_cast<int32_t*>(base + s->colIndex),    reinterpret_cast<float*>(base + s->colWeight)};
+                 reinterpret_cast<int32_t*>(base + s->colIndex),    reinterpret_cast<float*>(base + s->colWeight),
+                 reinterpret_cast<int32_t*>(base + s->colWindow)};
 }
 
 // The column tables of a call, per destination element e = x * Ch + c: tap j
 // reads scratch element colIndex[j][e] with weight colWeight[j][e]. Outputs
 // with fewer taps than the widest repeat their first index with weight 0.
+// colWindow[j][b] is the first scratch element of a 32-element window that
+// holds every index of tap j in the block of 16 elements b, or -1.
 // Returns the table's tap count.
 template <class T, int Ch>
 int buildColumnTables(Dir d, LayerState* s, int32_t srcWidth, int32_t dstWidth) {
@@ -218,6 +224,13 @@ int buildColumnTables(Dir d, LayerState* s, int32_t srcWidth, int32_t dstWidth) 
                 parts.colWeight[j * s->stride + int64_t{x} * Ch + c] = w[j];
             }
     }
+    const int64_t blocks = s->stride / 16;
+    for (int j = 0; j < widest; ++j)
+        for (int64_t b = 0; b < blocks && 16 * b + 16 <= int64_t{dstWidth} * Ch; ++b) {
+            const int32_t* idx = parts.colIndex + j * s->stride + 16 * b;
+            const auto [lo, hi] = std::minmax_element(idx, idx + 16);
+            parts.colWindow[j * blocks + b] = *hi - *lo < 32 ? *lo : -1;
+        }
     return widest;
 }
 
@@ -263,7 +276,18 @@ void resampleRows(Dir d, LayerState* s, Rows<const T> src, ImageSize srcRoi, Row
                     const __m512 w = _mm512_loadu_ps(parts.colWeight + j * stride + e);
                     const __m512i i = _mm512_loadu_si512(parts.colIndex + j * stride + e);
                     const __mmask16 used = _mm512_cmp_ps_mask(w, _mm512_setzero_ps(), _CMP_NEQ_UQ);
-                    const __m512 v = _mm512_mask_i32gather_ps(_mm512_setzero_ps(), used, i, scratch, 4);
+                    const int32_t window = parts.colWindow[j * (stride / 16) + e / 16];
+                    __m512 v;
+                    if (window >= 0) {  // the tap's pixels lie in two registers: permute, not gather
+                        const int left = srcElems - window;
+                        const __m512 lo = _mm512_maskz_loadu_ps(simd::firstLanes16(std::clamp(left, 0, 16)),
+                                                                scratch + window);
+                        const __m512 hi = _mm512_maskz_loadu_ps(simd::firstLanes16(std::clamp(left - 16, 0, 16)),
+                                                                scratch + window + 16);
+                        v = _mm512_permutex2var_ps(lo, _mm512_sub_epi32(i, _mm512_set1_epi32(window)), hi);
+                    } else {
+                        v = _mm512_mask_i32gather_ps(_mm512_setzero_ps(), used, i, scratch, 4);
+                    }
                     acc = _mm512_mask_add_ps(acc, used, acc, _mm512_mul_ps(w, v));
                 }
                 storeElements(out + e, acc);
@@ -303,13 +327,12 @@ ZepStatus layerImage(const T* src, int srcStep, ImageSize srcRoi, T* dst, int ds
     auto* s = static_cast<LayerState*>(state);
     if (checks.status() == zepStsOk) {
         checks.fail(s->id != stateId(D, dataTypeOf<T>(), Ch), zepStsBadContext);
-        checks.fail(checks.status() == zepStsOk && (srcRoi.width > s->maxSrc.width ||
-                                                    srcRoi.height > s->maxSrc.height ||
-                                                    !dstFits(D, srcRoi, dstRoi, s->rate)),
-                    zepStsBadSize);
+        checks.fail(
+            checks.status() == zepStsOk && (srcRoi.width > s->maxSrc.width || srcRoi.height > s->maxSrc.height ||
+                                            !dstFits(D, srcRoi, dstRoi, s->rate)),
+            zepStsBadSize);
     }
-    return checks.run(
-        [&] { resampleRows<P, T, Ch>(D, s, rows(src, srcStep), srcRoi, rows(dst, dstStep), dstRoi); });
+    return checks.run([&] { resampleRows<P, T, Ch>(D, s, rows(src, srcStep), srcRoi, rows(dst, dstStep), dstRoi); });
 }
 
 // GetSize and Init checks: the source size; the rate, kernel size below 3 or
@@ -328,8 +351,7 @@ inline Checks& layerChecks(Checks& checks, Dir d, ImageSize roi, float rate, int
     return checks;
 }
 
-inline ZepStatus layerGetSize(Dir d, ImageSize roi, float rate, int n, int channels, int dataType,
-                              int* stateSize) {
+inline ZepStatus layerGetSize(Dir d, ImageSize roi, float rate, int n, int channels, int dataType, int* stateSize) {
     int64_t total = 0;
     Checks checks;
     checks.notNull(stateSize);

@@ -1,15 +1,15 @@
 // Line sampling: the two-sample branch-free loop against the rule, worked
 // lines pinning the axis choice and the tie rule, the check order, and
 // cv::LineIterator.
+#include "geometry/sample_line.h"
+
 #include <gtest/gtest.h>
 
-#include <opencv2/imgproc.hpp>
-
 #include <memory>
+#include <opencv2/imgproc.hpp>
 #include <random>
 #include <vector>
 
-#include "geometry/sample_line.h"
 #include "support/check_order.h"
 
 namespace {
@@ -31,9 +31,9 @@ void expectLinesAgree(ZepStatus (*exported)(const T*, int, ImageSize, T*, ImageP
         zt::Canvas got(int64_t(n * sizeof(T)), 1, int64_t(n * sizeof(T)), 0);
         std::vector<T> want(n);
         ASSERT_EQ(exported(img.data(), img.step(), {w, h}, reinterpret_cast<T*>(got.first()), a, b), zepStsOk);
-        ASSERT_EQ((zep::geometry::sampleLineImage<Path::scalar, T, Ch>(img.data(), img.step(), {w, h}, want.data(),
-                                                                       a, b)),
-                  zepStsOk);
+        ASSERT_EQ(
+            (zep::geometry::sampleLineImage<Path::scalar, T, Ch>(img.data(), img.step(), {w, h}, want.data(), a, b)),
+            zepStsOk);
         ASSERT_EQ(std::memcmp(got.first(), want.data(), n * sizeof(T)), 0)
             << "(" << a.x << "," << a.y << ") to (" << b.x << "," << b.y << ")";
     }

@@ -1,12 +1,13 @@
 // Motion history: vector path against the scalar definition, the kept-equal
 // threshold rule, the duration check, and cv::motempl::updateMotionHistory.
+#include "motion/motion_history.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <memory>
 #include <random>
 
-#include "motion/motion_history.h"
 #include "support/check_order.h"
 
 #ifdef ZEPCV_HAVE_OPTFLOW
@@ -63,7 +64,7 @@ TEST(MotionHistory, ThresholdRule) {
     EXPECT_EQ(mhi[0], 6.0f);
     EXPECT_EQ(mhi[1], 0.0f);
     EXPECT_EQ(mhi[2], 9.0f);
-    EXPECT_EQ(mhi[3], 10.0f);  // even though the stored value was larger
+    EXPECT_EQ(mhi[3], 10.0f);         // even though the stored value was larger
     EXPECT_TRUE(std::isnan(mhi[4]));  // NaN compares false: kept
     // Duration 0 clears everything below the time stamp and keeps the time stamp itself.
     const float fsil[4] = {-0.0f, 0.0f, NAN, 0.0f};
@@ -96,8 +97,8 @@ void checkOrder(const char* name) {
     const std::vector<zt::ImageRole> roles = {{int(sizeof(S)), 1, 0}, {4, 1, 0}};
     std::vector<zt::Breaker> b = zt::standardBreakers(roles, roi);
     b.push_back({"negative duration", 50, [](CallArgs& a) { a.param[0] = -1e-30; }, zepStsOutOfRange});
-    zt::expectCheckOrder(name, {{sil.data(), mhi.data()}, {sil.step(), mhi.step()}, roi, {1.0}},
-                         callHistory<S, F>, b, {&sil.canvas, &mhi.canvas});
+    zt::expectCheckOrder(name, {{sil.data(), mhi.data()}, {sil.step(), mhi.step()}, roi, {1.0}}, callHistory<S, F>, b,
+                         {&sil.canvas, &mhi.canvas});
 }
 
 TEST(MotionHistory, CheckOrder) {

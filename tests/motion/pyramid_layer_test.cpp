@@ -1,16 +1,16 @@
 // Layer resampling: vector path against the scalar definition at several
 // rates and kernels, worked examples of the weights, borders, rounding and
 // skipped zero taps, cv::pyrDown/cv::pyrUp at rate 2, and the check orders.
-#include <gtest/gtest.h>
+#include "motion/pyramid_layer.h"
 
-#include <opencv2/imgproc.hpp>
+#include <gtest/gtest.h>
 
 #include <cmath>
 #include <memory>
+#include <opencv2/imgproc.hpp>
 #include <random>
 #include <vector>
 
-#include "motion/pyramid_layer.h"
 #include "support/check_order.h"
 
 namespace {
@@ -23,9 +23,9 @@ using zt::Image;
 
 template <class T, int Ch>
 struct Api;
-#define ZT_LAYER_API(T, SUFFIX, CH)                                  \
-    template <>                                                     \
-    struct Api<T, CH> {                                             \
+#define ZT_LAYER_API(T, SUFFIX, CH)                                            \
+    template <>                                                                \
+    struct Api<T, CH> {                                                        \
         static constexpr auto downSize = zepiPyramidLayerDownGetSize_##SUFFIX; \
         static constexpr auto downInit = zepiPyramidLayerDownInit_##SUFFIX;    \
         static constexpr auto down = zepiPyramidLayerDown_##SUFFIX;            \
@@ -102,7 +102,8 @@ void expectLayerAgrees(Dir d) {
                     Image<T> in(rng, w, h, Ch), out(rng, dst.width, dst.height, Ch);
                     zt::Canvas expected = out.canvas;
                     const std::vector<uint8_t> before = out.canvas.bytes();
-                    ASSERT_EQ((resample<T, Ch>(d, in.data(), in.step(), src, out.data(), out.step(), dst, state)), zepStsOk);
+                    ASSERT_EQ((resample<T, Ch>(d, in.data(), in.step(), src, out.data(), out.step(), dst, state)),
+                              zepStsOk);
                     auto call = [&](auto tag) {
                         constexpr Dir D = decltype(tag)::value;
                         return zep::pyramid::layerImage<Path::scalar, D, T, Ch>(
@@ -206,9 +207,9 @@ TEST(PyramidLayerPeers, OpenCVPyrDownAndPyrUp) {
             zepiGetPyramidDownROI(s, &d, 2.0f);
             cv::Mat down(d.height, d.width, type), up(2 * s.height, 2 * s.width, type);
             State<T, Ch> sd(Dir::down, s, 2.0f, kernel), su(Dir::up, s, 2.0f, kernel);
-            ASSERT_EQ((resample<T, Ch>(Dir::down, src.ptr<T>(), int(src.step), s, down.ptr<T>(), int(down.step), d,
-                                       sd)),
-                      zepStsOk);
+            ASSERT_EQ(
+                (resample<T, Ch>(Dir::down, src.ptr<T>(), int(src.step), s, down.ptr<T>(), int(down.step), d, sd)),
+                zepStsOk);
             ASSERT_EQ((resample<T, Ch>(Dir::up, src.ptr<T>(), int(src.step), s, up.ptr<T>(), int(up.step),
                                        {2 * s.width, 2 * s.height}, su)),
                       zepStsOk);
@@ -286,21 +287,26 @@ void layerCheckOrder(Dir d) {
     zt::Canvas out(int64_t{dst.width} * Ch * e, dst.height + 1, int64_t{dst.width + 4} * Ch * e, 0);
     State<T, Ch> state(d, src, 2.0f, std::vector<T>{1, 4, 6, 4, 1});
     std::vector<uint8_t> foreign(4096, 0);
-    CallArgs valid{{in.first(), out.first(), state.state}, {int(in.step()), int(out.step())}, src,
+    CallArgs valid{{in.first(), out.first(), state.state},
+                   {int(in.step()), int(out.step())},
+                   src,
                    {double(dst.width), double(dst.height)}};
     auto nul = [](int i) {
         return Breaker{"null " + std::to_string(i), i, [i](CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer};
     };
     const int srcRow = src.width * Ch * e, dstRow = dst.width * Ch * e;
     std::vector<Breaker> b = {
-        nul(0), nul(1), nul(2),
+        nul(0),
+        nul(1),
+        nul(2),
         {"zero source width", 10, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize},
         {"zero destination height", 11, [](CallArgs& a) { a.param[1] = 0; }, zepStsBadSize},
         {"short source step", 20, [=](CallArgs& a) { a.step[0] = srcRow - e; }, zepStsBadStep},
         {"short destination step", 21, [=](CallArgs& a) { a.step[1] = dstRow - e; }, zepStsBadStep}};
     if (e > 1) {
         b.push_back({"odd source step", 20, [=](CallArgs& a) { a.step[0] = srcRow + 1; }, zepStsStepNotMultiple});
-        b.push_back({"odd destination step", 21, [=](CallArgs& a) { a.step[1] = dstRow + 1; }, zepStsStepNotMultiple});
+        b.push_back(
+            {"odd destination step", 21, [=](CallArgs& a) { a.step[1] = dstRow + 1; }, zepStsStepNotMultiple});
     }
     b.push_back({"foreign state", 2, [&](CallArgs& a) { a.ptr[2] = foreign.data(); }, zepStsBadContext});
     b.push_back({"source taller than the state's", 12, [](CallArgs& a) { a.roi.height += 1; }, zepStsBadSize});
@@ -311,8 +317,8 @@ void layerCheckOrder(Dir d) {
             using A = Api<T, Ch>;
             const ImageSize dr{int(a.param[0]), int(a.param[1])};
             if (d == Dir::down)
-                return A::down(static_cast<const T*>(a.ptr[0]), a.step[0], a.roi, static_cast<T*>(a.ptr[1]), a.step[1],
-                               dr, static_cast<PyramidDownState*>(a.ptr[2]));
+                return A::down(static_cast<const T*>(a.ptr[0]), a.step[0], a.roi, static_cast<T*>(a.ptr[1]),
+                               a.step[1], dr, static_cast<PyramidDownState*>(a.ptr[2]));
             return A::up(static_cast<const T*>(a.ptr[0]), a.step[0], a.roi, static_cast<T*>(a.ptr[1]), a.step[1], dr,
                          static_cast<PyramidUpState*>(a.ptr[2]));
         },

@@ -1,13 +1,14 @@
 // Pyramid level sizes and the pyramid record: the rate-2 level list, the
 // up-range condition every down size meets, clamping, the record layout,
 // and the check orders.
+#include "motion/pyramid.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <random>
 #include <vector>
 
-#include "motion/pyramid.h"
 #include "support/check_order.h"
 
 namespace {
@@ -98,8 +99,8 @@ TEST(PyramidRecord, LayoutAndContents) {
         EXPECT_GE(addr(pyr->pImage), addr(pyr->pRoi + 7) + 16);
         EXPECT_GE(addr(pyr->pRate), addr(pyr->pImage + 7) + 16);
         EXPECT_GE(addr(pyr->pStep), addr(pyr->pRate + 7) + 16);
-        for (const void* p : {(const void*)pyr->pRoi, (const void*)pyr->pImage, (const void*)pyr->pRate,
-                              (const void*)pyr->pStep})
+        for (const void* p :
+             {(const void*)pyr->pRoi, (const void*)pyr->pImage, (const void*)pyr->pRate, (const void*)pyr->pStep})
             EXPECT_EQ(addr(p) % 8, 0u);
         EXPECT_LE(addr(pyr->pStep + 7), addr(at + pyrSize));
         for (size_t i = size_t(pyrSize) + misalign; i < mem.size(); ++i) ASSERT_EQ(mem[i], 0xA5) << i;
@@ -129,38 +130,42 @@ TEST(PyramidSizes, CheckOrder) {
     zt::Canvas out(4096, 1, 4096, 0);
     uint8_t* o = out.first();
     const ImageSize roi{40, 30};
-    auto nul = [](int i) { return Breaker{"null " + std::to_string(i), i, [i](CallArgs& a) { a.ptr[i] = nullptr; },
-                                          zepStsNullPointer}; };
+    auto nul = [](int i) {
+        return Breaker{"null " + std::to_string(i), i, [i](CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer};
+    };
     const Breaker zeroW{"zero width", 10, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize};
     const Breaker zeroH{"zero height", 11, [](CallArgs& a) { a.roi.height = 0; }, zepStsBadSize};
     const Breaker rateOne{"rate 1", 20, [](CallArgs& a) { a.param[0] = 1.0; }, zepStsBadArg};
     const Breaker rateNaN{"rate NaN", 20, [](CallArgs& a) { a.param[0] = NAN; }, zepStsBadArg};
     const Breaker level0{"level 0", 21, [](CallArgs& a) { a.param[1] = 0; }, zepStsBadArg};
 
-    checkOrder("GetPyramidDownROI", {{o}, {}, roi, {2.0}},
-               [](const CallArgs& a) {
-                   return zepiGetPyramidDownROI(a.roi, static_cast<ImageSize*>(a.ptr[0]), float(a.param[0]));
-               },
-               {nul(0), zeroW, zeroH, rateOne, rateNaN}, out);
-    checkOrder("GetPyramidUpROI", {{o, o + 8}, {}, roi, {2.0}},
-               [](const CallArgs& a) {
-                   return zepiGetPyramidUpROI(a.roi, static_cast<ImageSize*>(a.ptr[0]),
-                                              static_cast<ImageSize*>(a.ptr[1]), float(a.param[0]));
-               },
-               {nul(0), nul(1), zeroW, zeroH, rateOne}, out);
-    checkOrder("PyramidGetSize", {{o, o + 4}, {}, roi, {2.0, 3}},
-               [](const CallArgs& a) {
-                   return zepiPyramidGetSize(static_cast<int*>(a.ptr[0]), static_cast<int*>(a.ptr[1]),
-                                             int(a.param[1]), a.roi, float(a.param[0]));
-               },
-               {nul(0), nul(1), zeroH, zeroW, level0, rateOne}, out);
-    checkOrder("PyramidInit", {{o, o + 64, o + 2048}, {}, roi, {2.0, 3}},
-               [](const CallArgs& a) {
-                   return zepiPyramidInit(static_cast<Pyramid**>(a.ptr[0]), int(a.param[1]), a.roi,
-                                          float(a.param[0]), static_cast<uint8_t*>(a.ptr[1]),
-                                          static_cast<uint8_t*>(a.ptr[2]));
-               },
-               {nul(0), nul(1), nul(2), zeroH, zeroW, rateOne, level0}, out);
+    checkOrder(
+        "GetPyramidDownROI", {{o}, {}, roi, {2.0}},
+        [](const CallArgs& a) {
+            return zepiGetPyramidDownROI(a.roi, static_cast<ImageSize*>(a.ptr[0]), float(a.param[0]));
+        },
+        {nul(0), zeroW, zeroH, rateOne, rateNaN}, out);
+    checkOrder(
+        "GetPyramidUpROI", {{o, o + 8}, {}, roi, {2.0}},
+        [](const CallArgs& a) {
+            return zepiGetPyramidUpROI(a.roi, static_cast<ImageSize*>(a.ptr[0]), static_cast<ImageSize*>(a.ptr[1]),
+                                       float(a.param[0]));
+        },
+        {nul(0), nul(1), zeroW, zeroH, rateOne}, out);
+    checkOrder(
+        "PyramidGetSize", {{o, o + 4}, {}, roi, {2.0, 3}},
+        [](const CallArgs& a) {
+            return zepiPyramidGetSize(static_cast<int*>(a.ptr[0]), static_cast<int*>(a.ptr[1]), int(a.param[1]),
+                                      a.roi, float(a.param[0]));
+        },
+        {nul(0), nul(1), zeroH, zeroW, level0, rateOne}, out);
+    checkOrder(
+        "PyramidInit", {{o, o + 64, o + 2048}, {}, roi, {2.0, 3}},
+        [](const CallArgs& a) {
+            return zepiPyramidInit(static_cast<Pyramid**>(a.ptr[0]), int(a.param[1]), a.roi, float(a.param[0]),
+                                   static_cast<uint8_t*>(a.ptr[1]), static_cast<uint8_t*>(a.ptr[2]));
+        },
+        {nul(0), nul(1), nul(2), zeroH, zeroW, rateOne, level0}, out);
 }
 
 }  // namespace
