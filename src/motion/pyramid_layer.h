@@ -252,14 +252,18 @@ void resampleRows(Dir d, LayerState* s, Rows<const T> src, ImageSize srcRoi, Row
         const float* rw = parts.rowWeight;
         int e = 0;
         if constexpr (P == Path::vector) {
-            for (; e + 16 <= srcElems; e += 16) {
-                __m512 acc = _mm512_set1_ps(-0.0f);
-                for (int j = 0; j < rowTaps; ++j) {
-                    if (rw[j] == 0.0f) continue;
-                    acc = _mm512_add_ps(acc, _mm512_mul_ps(_mm512_set1_ps(rw[j]), simd::loadAsFloat(src[ri[j]] + e)));
-                }
-                _mm512_store_ps(scratch + e, acc);
+            // Tap by tap over whole blocks, the scratch row holding each element's sum.
+            const int blocks = srcElems / 16 * 16;
+            for (int b = 0; b < blocks; b += 16) _mm512_store_ps(scratch + b, _mm512_set1_ps(-0.0f));
+            for (int j = 0; j < rowTaps; ++j) {
+                if (rw[j] == 0.0f) continue;
+                const __m512 w = _mm512_set1_ps(rw[j]);
+                const T* in = src[ri[j]];
+                for (int b = 0; b < blocks; b += 16)
+                    _mm512_store_ps(scratch + b, _mm512_add_ps(_mm512_load_ps(scratch + b),
+                                                               _mm512_mul_ps(w, simd::loadAsFloat(in + b))));
             }
+            e = blocks;
         }
         for (; e < srcElems; ++e) {
             float acc = -0.0f;
@@ -280,8 +284,8 @@ void resampleRows(Dir d, LayerState* s, Rows<const T> src, ImageSize srcRoi, Row
                     __m512 v;
                     if (window >= 0) {  // the tap's pixels lie in two registers: permute, not gather
                         const int left = srcElems - window;
-                        const __m512 lo = _mm512_maskz_loadu_ps(simd::firstLanes16(std::clamp(left, 0, 16)),
-                                                                scratch + window);
+                        const __m512 lo =
+                            _mm512_maskz_loadu_ps(simd::firstLanes16(std::clamp(left, 0, 16)), scratch + window);
                         const __m512 hi = _mm512_maskz_loadu_ps(simd::firstLanes16(std::clamp(left - 16, 0, 16)),
                                                                 scratch + window + 16);
                         v = _mm512_permutex2var_ps(lo, _mm512_sub_epi32(i, _mm512_set1_epi32(window)), hi);
