@@ -1,0 +1,143 @@
+// Line sampling: the two-sample branch-free loop against the rule, worked
+// lines pinning the axis choice and the tie rule, the check order, and
+// cv::LineIterator.
+#include "geometry/sample_line.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <opencv2/imgproc.hpp>
+#include <random>
+#include <vector>
+
+#include "support/check_order.h"
+
+namespace {
+
+using zep::Path;
+using zt::CallArgs;
+using zt::Image;
+
+template <class T, int Ch>
+void expectLinesAgree(ZepStatus (*exported)(const T*, int, ImageSize, T*, ImagePoint, ImagePoint)) {
+    std::mt19937 rng(23);
+    for (int k = 0; k < 300; ++k) {
+        const int w = 1 + int(rng() % 90), h = 1 + int(rng() % 70);
+        Image<T> img(rng, w, h, Ch);
+        const ImagePoint a{int(rng() % unsigned(w)), int(rng() % unsigned(h))};
+        const ImagePoint b = k % 10 == 0 ? a : ImagePoint{int(rng() % unsigned(w)), int(rng() % unsigned(h))};
+        const size_t n = size_t(std::max(std::abs(b.x - a.x), std::abs(b.y - a.y)) + 1) * Ch;
+        // The destination ends at an inaccessible page; a guard byte would show an overrun too.
+        zt::Canvas got(int64_t(n * sizeof(T)), 1, int64_t(n * sizeof(T)), 0);
+        std::vector<T> want(n);
+        ASSERT_EQ(exported(img.data(), img.step(), {w, h}, reinterpret_cast<T*>(got.first()), a, b), zepStsOk);
+        ASSERT_EQ(
+            (zep::geometry::sampleLineImage<Path::scalar, T, Ch>(img.data(), img.step(), {w, h}, want.data(), a, b)),
+            zepStsOk);
+        ASSERT_EQ(std::memcmp(got.first(), want.data(), n * sizeof(T)), 0)
+            << "(" << a.x << "," << a.y << ") to (" << b.x << "," << b.y << ")";
+    }
+}
+
+TEST(SampleLine, BranchFreeLoopAgreesWithTheRule) {
+    expectLinesAgree<uint8_t, 1>(zepiSampleLine_8u_C1R);
+    expectLinesAgree<uint8_t, 3>(zepiSampleLine_8u_C3R);
+    expectLinesAgree<uint16_t, 1>(zepiSampleLine_16u_C1R);
+    expectLinesAgree<uint16_t, 3>(zepiSampleLine_16u_C3R);
+    expectLinesAgree<float, 1>(zepiSampleLine_32f_C1R);
+    expectLinesAgree<float, 3>(zepiSampleLine_32f_C3R);
+}
+
+// An 8x8 16u image whose pixel (x, y) holds 100 * y + x: samples read back as points.
+std::vector<std::pair<int, int>> trace(ImagePoint a, ImagePoint b) {
+    uint16_t img[8][8];
+    for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < 8; ++x) img[y][x] = uint16_t(100 * y + x);
+    std::vector<uint16_t> out(16, 0xFFFF);
+    EXPECT_EQ(zepiSampleLine_16u_C1R(&img[0][0], 16, {8, 8}, out.data(), a, b), zepStsOk);
+    std::vector<std::pair<int, int>> pts;
+    for (uint16_t v : out)
+        if (v != 0xFFFF) pts.push_back({v % 100, v / 100});
+    return pts;
+}
+
+using Pts = std::vector<std::pair<int, int>>;
+
+TEST(SampleLine, WorkedLines) {
+    EXPECT_EQ(trace({3, 5}, {3, 5}), (Pts{{3, 5}}));
+    EXPECT_EQ(trace({0, 0}, {4, 0}), (Pts{{0, 0}, {1, 0}, {2, 0}, {3, 0}, {4, 0}}));
+    EXPECT_EQ(trace({4, 0}, {0, 0}), (Pts{{4, 0}, {3, 0}, {2, 0}, {1, 0}, {0, 0}}));
+    EXPECT_EQ(trace({0, 0}, {3, 3}), (Pts{{0, 0}, {1, 1}, {2, 2}, {3, 3}}));
+    // Errors 2, 0 (no minor step at exactly 0), -2 (step, becomes 6), 4.
+    EXPECT_EQ(trace({0, 0}, {4, 1}), (Pts{{0, 0}, {1, 0}, {2, 0}, {3, 1}, {4, 1}}));
+    // The same tie along y.
+    EXPECT_EQ(trace({0, 0}, {1, 4}), (Pts{{0, 0}, {0, 1}, {0, 2}, {1, 3}, {1, 4}}));
+    // Reversed, the tie falls the other way: a line and its reverse may differ.
+    EXPECT_EQ(trace({4, 1}, {0, 0}), (Pts{{4, 1}, {3, 1}, {2, 1}, {1, 0}, {0, 0}}));
+    // Against the direction of both axes, with a row step wider than the row.
+    EXPECT_EQ(trace({7, 7}, {1, 4}), (Pts{{7, 7}, {6, 7}, {5, 6}, {4, 6}, {3, 5}, {2, 5}, {1, 4}}));
+}
+
+TEST(SampleLine, SampleCountOverflow) {
+    // Not reachable with end points inside a ROI (M < width <= 2^31 - 1); the
+    // count rule itself: 2^31 - 1 + 1 is negative in 32 bits.
+    int32_t n = 0;
+    EXPECT_EQ(zep::geometry::lineSampleCount({0, 0}, {INT32_MAX, 0}, n), zepStsLengthOverflow);
+    EXPECT_EQ(zep::geometry::lineSampleCount({0, 0}, {INT32_MAX - 1, 5}, n), zepStsOk);
+    EXPECT_EQ(n, INT32_MAX);
+}
+
+template <class T, int Ch, auto F>
+void checkOrder(const char* name) {
+    std::mt19937 rng(4);
+    const ImageSize roi{6, 4};
+    Image<uint8_t> src(rng, roi.width * int(sizeof(T)) * Ch, roi.height, 1, false, sizeof(T));
+    Image<uint8_t> dst(rng, 8 * int(sizeof(T)) * Ch, 1, 1, false, sizeof(T));
+    std::vector<zt::Breaker> b = zt::standardBreakers({{int(sizeof(T)), Ch, 0}}, roi);
+    b.erase(b.begin() + 1, b.end());  // keep the source's null; the rest follows in the call's order
+    b.push_back({"null destination", 1, [](CallArgs& a) { a.ptr[1] = nullptr; }, zepStsNullPointer});
+    for (auto& s : zt::standardBreakers({{int(sizeof(T)), Ch, 0}}, roi))
+        if (s.expected != zepStsNullPointer) b.push_back(s);
+    b.push_back({"x = width", 60, [](CallArgs& a) { a.param[2] = a.roi.width; }, zepStsOutOfRange});
+    b.push_back({"negative y", 61, [](CallArgs& a) { a.param[1] = -1; }, zepStsOutOfRange});
+    b.push_back({"y = height", 62, [](CallArgs& a) { a.param[3] = a.roi.height; }, zepStsOutOfRange});
+    zt::expectCheckOrder(name, {{src.data(), dst.data()}, {src.step()}, roi, {0, 0, 5, 3}},
+                         [](const CallArgs& a) {
+                             return F(static_cast<const T*>(a.ptr[0]), a.step[0], a.roi, static_cast<T*>(a.ptr[1]),
+                                      {int(a.param[0]), int(a.param[1])}, {int(a.param[2]), int(a.param[3])});
+                         },
+                         b, {&src.canvas, &dst.canvas});
+}
+
+TEST(SampleLine, CheckOrder) {
+    checkOrder<uint8_t, 1, zepiSampleLine_8u_C1R>("SampleLine_8u_C1R");
+    checkOrder<uint8_t, 3, zepiSampleLine_8u_C3R>("SampleLine_8u_C3R");
+    checkOrder<uint16_t, 1, zepiSampleLine_16u_C1R>("SampleLine_16u_C1R");
+    checkOrder<uint16_t, 3, zepiSampleLine_16u_C3R>("SampleLine_16u_C3R");
+    checkOrder<float, 1, zepiSampleLine_32f_C1R>("SampleLine_32f_C1R");
+    checkOrder<float, 3, zepiSampleLine_32f_C3R>("SampleLine_32f_C3R");
+}
+
+// cv::LineIterator (8-connected) steps with the same error term and the same
+// tie rule, so every line inside the image visits the same pixels in the same
+// order. It takes x as the major axis for exact diagonals where we take y; a
+// diagonal moves along both axes every step, so the pixels are the same.
+TEST(SampleLinePeers, OpenCVLineIterator) {
+    std::mt19937 rng(12);
+    cv::Mat img(97, 131, CV_8UC1);
+    cv::randu(img, 0, 256);
+    for (int k = 0; k < 3000; ++k) {
+        const cv::Point a(int(rng() % 131), int(rng() % 97));
+        const cv::Point b = k % 7 == 0 ? a + cv::Point(int(rng() % 20), int(rng() % 20))
+                                       : cv::Point(int(rng() % 131), int(rng() % 97));
+        if (b.x >= 131 || b.y >= 97) continue;
+        cv::LineIterator it(img, a, b, 8);
+        std::vector<uint8_t> theirs, ours(size_t(it.count));
+        for (int i = 0; i < it.count; ++i, ++it) theirs.push_back(**it);
+        ASSERT_EQ(zepiSampleLine_8u_C1R(img.data, int(img.step), {131, 97}, ours.data(), {a.x, a.y}, {b.x, b.y}),
+                  zepStsOk);
+        ASSERT_EQ(ours, theirs) << a << " to " << b;
+    }
+}
+
+}  // namespace

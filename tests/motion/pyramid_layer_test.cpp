@@ -1,0 +1,345 @@
+// Layer resampling: vector path against the scalar definition at several
+// rates and kernels, worked examples of the weights, borders, rounding and
+// skipped zero taps, cv::pyrDown/cv::pyrUp at rate 2, and the check orders.
+#include "motion/pyramid_layer.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <opencv2/imgproc.hpp>
+#include <random>
+#include <vector>
+
+#include "support/check_order.h"
+
+namespace {
+
+using zep::Path;
+using zep::pyramid::Dir;
+using zt::Breaker;
+using zt::CallArgs;
+using zt::Image;
+
+template <class T, int Ch>
+struct Api;
+#define ZT_LAYER_API(T, SUFFIX, CH)                                            \
+    template <>                                                                \
+    struct Api<T, CH> {                                                        \
+        static constexpr auto downSize = zepiPyramidLayerDownGetSize_##SUFFIX; \
+        static constexpr auto downInit = zepiPyramidLayerDownInit_##SUFFIX;    \
+        static constexpr auto down = zepiPyramidLayerDown_##SUFFIX;            \
+        static constexpr auto upSize = zepiPyramidLayerUpGetSize_##SUFFIX;     \
+        static constexpr auto upInit = zepiPyramidLayerUpInit_##SUFFIX;        \
+        static constexpr auto up = zepiPyramidLayerUp_##SUFFIX;                \
+    };
+ZT_LAYER_API(uint8_t, 8u_C1R, 1)
+ZT_LAYER_API(uint8_t, 8u_C3R, 3)
+ZT_LAYER_API(uint16_t, 16u_C1R, 1)
+ZT_LAYER_API(uint16_t, 16u_C3R, 3)
+ZT_LAYER_API(float, 32f_C1R, 1)
+ZT_LAYER_API(float, 32f_C3R, 3)
+#undef ZT_LAYER_API
+
+// A layer state in caller memory placed at an odd address.
+template <class T, int Ch>
+struct State {
+    std::vector<uint8_t> memory;
+    void* state = nullptr;
+    State(Dir d, ImageSize src, float rate, const std::vector<T>& kernel) {
+        using A = Api<T, Ch>;
+        const int n = int(kernel.size());
+        int size = 0;
+        EXPECT_EQ(d == Dir::down ? A::downSize(src, rate, n, &size) : A::upSize(src, rate, n, &size), zepStsOk);
+        memory.assign(size_t(size) + 1, 0);
+        uint8_t* at = memory.data() + 1;
+        if (d == Dir::down)
+            EXPECT_EQ(A::downInit(reinterpret_cast<PyramidDownState**>(&state), src, rate, kernel.data(), n, 0, at),
+                      zepStsOk);
+        else
+            EXPECT_EQ(A::upInit(reinterpret_cast<PyramidUpState**>(&state), src, rate, kernel.data(), n, 0, at),
+                      zepStsOk);
+    }
+    template <class S>
+    S* as() const {
+        return static_cast<S*>(state);
+    }
+};
+
+template <class T, int Ch>
+ZepStatus resample(Dir d, const T* src, int srcStep, ImageSize srcRoi, T* dst, int dstStep, ImageSize dstRoi,
+                   const State<T, Ch>& s) {
+    using A = Api<T, Ch>;
+    return d == Dir::down ? A::down(src, srcStep, srcRoi, dst, dstStep, dstRoi, s.template as<PyramidDownState>())
+                          : A::up(src, srcStep, srcRoi, dst, dstStep, dstRoi, s.template as<PyramidUpState>());
+}
+
+template <class T>
+std::vector<std::vector<T>> kernels() {
+    if constexpr (std::is_same_v<T, float>)
+        return {{1, 4, 6, 4, 1}, {0.25f, 0.5f, 0.25f}, {-0.1f, 0.3f, 0.6f, 0.3f, -0.1f}, {-1, 0, 1}};
+    else
+        return {{1, 4, 6, 4, 1}, {1, 2, 1}, {3, 0, 7, 9, 7, 0, 3}};
+}
+
+template <class T, int Ch>
+void expectLayerAgrees(Dir d) {
+    std::mt19937 rng(17 + Ch);
+    for (float rate : {2.0f, 1.5f, 3.0f, 1.27f}) {
+        for (const auto& kernel : kernels<T>()) {
+            for (int w : zt::sweepWidths()) {
+                for (int h : {1, 3, 6}) {
+                    const ImageSize src{w, h};
+                    State<T, Ch> state(d, {w + 3, h + 1}, rate, kernel);  // made for a larger source
+                    ImageSize dst{};
+                    if (d == Dir::down) {
+                        zepiGetPyramidDownROI(src, &dst, rate);
+                    } else {
+                        ImageSize lo{}, hi{};
+                        zepiGetPyramidUpROI(src, &lo, &hi, rate);
+                        dst = rng() % 2 ? lo : hi;
+                    }
+                    Image<T> in(rng, w, h, Ch), out(rng, dst.width, dst.height, Ch);
+                    zt::Canvas expected = out.canvas;
+                    const std::vector<uint8_t> before = out.canvas.bytes();
+                    ASSERT_EQ((resample<T, Ch>(d, in.data(), in.step(), src, out.data(), out.step(), dst, state)),
+                              zepStsOk);
+                    auto call = [&](auto tag) {
+                        constexpr Dir D = decltype(tag)::value;
+                        return zep::pyramid::layerImage<Path::scalar, D, T, Ch>(
+                            in.data(), in.step(), src, reinterpret_cast<T*>(expected.first()), out.step(), dst,
+                            state.state);
+                    };
+                    ASSERT_EQ(d == Dir::down ? call(std::integral_constant<Dir, Dir::down>{})
+                                             : call(std::integral_constant<Dir, Dir::up>{}),
+                              zepStsOk);
+                    if constexpr (std::is_same_v<T, float>) {
+                        zt::canonicalizeNaNs(out.canvas);
+                        zt::canonicalizeNaNs(expected);
+                    }
+                    ASSERT_EQ(zt::firstDifference(out.canvas, expected), -1)
+                        << (d == Dir::down ? "down" : "up") << " rate " << rate << " taps " << kernel.size()
+                        << " src " << w << "x" << h << " channels " << Ch;
+                    ASSERT_EQ(zt::firstGuardChange(out.canvas, before), -1) << "width " << w;
+                }
+            }
+        }
+    }
+}
+
+TEST(PyramidLayer, VectorPathAgreesWithScalarDefinition) {
+    for (Dir d : {Dir::down, Dir::up}) {
+        expectLayerAgrees<uint8_t, 1>(d);
+        expectLayerAgrees<uint8_t, 3>(d);
+        expectLayerAgrees<uint16_t, 1>(d);
+        expectLayerAgrees<uint16_t, 3>(d);
+        expectLayerAgrees<float, 1>(d);
+        expectLayerAgrees<float, 3>(d);
+    }
+}
+
+// One row through a layer operation (height 1 keeps the rows pass exact).
+template <class T>
+std::vector<T> row(Dir d, std::vector<T> src, int dstWidth, float rate, std::vector<T> kernel, int dstHeight = 1) {
+    State<T, 1> s(d, {int(src.size()), 1}, rate, kernel);
+    std::vector<T> out(size_t(dstWidth) * dstHeight);
+    const int step = int(sizeof(T)) * dstWidth;
+    const ZepStatus status = resample<T, 1>(d, src.data(), int(sizeof(T) * src.size()), {int(src.size()), 1},
+                                            out.data(), step, {dstWidth, dstHeight}, s);
+    EXPECT_EQ(status, zepStsOk);
+    out.resize(size_t(dstWidth));
+    return out;
+}
+
+TEST(PyramidLayer, RateTwoWeightsAndBorders) {
+    // Down mirrors about the edge pixels: (c + 4b + 6a + 4b + c) / 16 and (a + 4b + 6c + 4d + c) / 16.
+    EXPECT_EQ(row<uint8_t>(Dir::down, {16, 32, 64, 128}, 2, 2.0f, {1, 4, 6, 4, 1}), (std::vector<uint8_t>{30, 69}));
+    // Up: even outputs (1 6 1) / 8, odd (4 4) / 8; x = -1 reads 1, x = 3 reads 2.
+    EXPECT_EQ(row<uint8_t>(Dir::up, {0, 80, 160}, 6, 2.0f, {1, 4, 6, 4, 1}, 2),
+              (std::vector<uint8_t>{20, 40, 80, 120, 150, 160}));
+}
+
+TEST(PyramidLayer, FractionalCentresInterpolateTheKernel) {
+    // Rate 1.5, kernel 1 2 1: output 1 is centred on 1.5 and takes pixels 0..3
+    // with weights 1 3 3 1 (/ 8); output 3 on 4.5 likewise; outputs 0, 2, 4 sit
+    // on pixels. A ramp stays a ramp inside; the ends mirror.
+    EXPECT_EQ(row<float>(Dir::down, {0, 8, 16, 24, 32, 40, 48}, 5, 1.5f, {1, 2, 1}),
+              (std::vector<float>{4, 12, 24, 36, 44}));
+    EXPECT_EQ(row<uint8_t>(Dir::down, {0, 8, 16, 24, 32, 40, 48}, 5, 1.5f, {1, 2, 1}),
+              (std::vector<uint8_t>{4, 12, 24, 36, 44}));
+    // A constant survives every rate and kernel: the weights of each output sum to 1.
+    for (float rate : {1.1f, 1.5f, 2.5f, 7.0f}) {
+        ImageSize dst{}, lo{}, hi{};
+        zepiGetPyramidDownROI({50, 1}, &dst, rate);
+        for (uint8_t v : row<uint8_t>(Dir::down, std::vector<uint8_t>(50, 201), dst.width, rate, {1, 3, 5, 3, 1}))
+            EXPECT_EQ(v, 201) << rate;
+        zepiGetPyramidUpROI({50, 1}, &lo, &hi, rate);
+        for (uint8_t v : row<uint8_t>(Dir::up, std::vector<uint8_t>(50, 201), hi.width, rate, {1, 3, 5, 3, 1}))
+            EXPECT_EQ(v, 201) << rate;
+    }
+}
+
+TEST(PyramidLayer, IntegerTiesRoundUpAndZeroTapsAreSkipped) {
+    // 1 2 1 at rate 2: (0 + 2 * 1 + 0) / 4 = 0.5 rounds up to 1; 32f keeps 0.5.
+    EXPECT_EQ(row<uint8_t>(Dir::down, {1, 0, 0, 0}, 2, 2.0f, {1, 2, 1}), (std::vector<uint8_t>{1, 0}));
+    EXPECT_EQ(row<uint16_t>(Dir::down, {3, 0, 0, 0}, 2, 2.0f, {1, 2, 1}), (std::vector<uint16_t>{2, 0}));
+    EXPECT_EQ(row<float>(Dir::down, {1, 0, 0, 0}, 2, 2.0f, {1, 2, 1}), (std::vector<float>{0.5f, 0}));
+    // The kernel's zero taps fall on the infinity: it reaches no output.
+    EXPECT_EQ(row<float>(Dir::down, {0, INFINITY, 0, 0}, 2, 2.0f, {0, 1, 0}), (std::vector<float>{0, 0}));
+}
+
+// cv::pyrDown and cv::pyrUp are the rate-2 step with the kernel 1 4 6 4 1,
+// mirrored borders down, and up the mirror of the zero-filled image (so the
+// right and bottom edges repeat the last pixel). 8u and 16u agree exactly:
+// every partial sum is exact in single precision and both round ties up.
+// 32f differs by rounding only: OpenCV sums integer-weighted taps and scales
+// by 1/256 (1/64 up) at the end, we sum taps already scaled.
+TEST(PyramidLayerPeers, OpenCVPyrDownAndPyrUp) {
+    const std::vector<ImageSize> sizes = {{37, 23}, {40, 30}, {64, 48}, {3, 5}, {2, 2}, {131, 9}};
+    auto compare = [&](int type, double tolerance, auto t, auto ch) {
+        using T = decltype(t);
+        constexpr int Ch = decltype(ch)::value;
+        std::vector<T> kernel = {1, 4, 6, 4, 1};
+        for (ImageSize s : sizes) {
+            cv::Mat src(s.height, s.width, type), theirsDown, theirsUp;
+            cv::randu(src, 0, std::is_same_v<T, uint16_t> ? 65536 : 256);
+            ImageSize d{};
+            zepiGetPyramidDownROI(s, &d, 2.0f);
+            cv::Mat down(d.height, d.width, type), up(2 * s.height, 2 * s.width, type);
+            State<T, Ch> sd(Dir::down, s, 2.0f, kernel), su(Dir::up, s, 2.0f, kernel);
+            ASSERT_EQ(
+                (resample<T, Ch>(Dir::down, src.ptr<T>(), int(src.step), s, down.ptr<T>(), int(down.step), d, sd)),
+                zepStsOk);
+            ASSERT_EQ((resample<T, Ch>(Dir::up, src.ptr<T>(), int(src.step), s, up.ptr<T>(), int(up.step),
+                                       {2 * s.width, 2 * s.height}, su)),
+                      zepStsOk);
+            cv::pyrDown(src, theirsDown);
+            cv::pyrUp(src, theirsUp);
+            ASSERT_EQ(theirsDown.size(), down.size());
+            EXPECT_LE(cv::norm(down, theirsDown, cv::NORM_INF), tolerance) << type << " down " << s.width;
+            EXPECT_LE(cv::norm(up, theirsUp, cv::NORM_INF), tolerance) << type << " up " << s.width;
+        }
+    };
+    compare(CV_8UC1, 0.0, uint8_t{}, std::integral_constant<int, 1>{});
+    compare(CV_8UC3, 0.0, uint8_t{}, std::integral_constant<int, 3>{});
+    compare(CV_16UC1, 0.0, uint16_t{}, std::integral_constant<int, 1>{});
+    compare(CV_16UC3, 0.0, uint16_t{}, std::integral_constant<int, 3>{});
+    compare(CV_32FC1, 1e-4, float{}, std::integral_constant<int, 1>{});
+    compare(CV_32FC3, 1e-4, float{}, std::integral_constant<int, 3>{});
+}
+
+TEST(PyramidLayer, SizeAndInitCheckOrder) {
+    const ImageSize roi{40, 30};
+    const uint8_t kernel[5] = {1, 4, 6, 4, 1};
+    zt::Canvas out(1 << 16, 1, 1 << 16, 0);
+    uint8_t* o = out.first();
+    auto nul = [](int i) {
+        return Breaker{"null " + std::to_string(i), i, [i](CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer};
+    };
+    const std::vector<Breaker> params = {
+        {"zero height", 10, [](CallArgs& a) { a.roi.height = 0; }, zepStsBadSize},
+        {"rate 1", 20, [](CallArgs& a) { a.param[0] = 1.0; }, zepStsBadArg},
+        {"kernel 4", 21, [](CallArgs& a) { a.param[1] = 4; }, zepStsBadArg},
+        {"kernel 1", 21, [](CallArgs& a) { a.param[1] = 1; }, zepStsBadArg},
+        {"4 channels", 22, [](CallArgs& a) { a.param[2] = 4; }, zepStsBadChannelCount},
+        {"16s data", 23, [](CallArgs& a) { a.param[3] = zep16s; }, zepStsBadDataType},
+        {"state past 2^31 bytes", 24, [](CallArgs& a) { a.param[1] = (1 << 20) + 1, a.roi.width = 100000; },
+         zepStsBadArg}};
+    for (Dir d : {Dir::down, Dir::up}) {
+        std::vector<Breaker> sizeBreakers = {nul(0)};
+        sizeBreakers.insert(sizeBreakers.end(), params.begin(), params.end());
+        zt::expectCheckOrder("layer GetSize", {{o}, {}, roi, {2.0, 5, 1, zep8u}},
+                             [d](const CallArgs& a) {
+                                 return zep::pyramid::layerGetSize(d, a.roi, float(a.param[0]), int(a.param[1]),
+                                                                   int(a.param[2]), int(a.param[3]),
+                                                                   static_cast<int*>(a.ptr[0]));
+                             },
+                             sizeBreakers, {&out});
+        std::vector<Breaker> initBreakers = {nul(0), nul(1), nul(2)};
+        initBreakers.insert(initBreakers.end(), params.begin(), params.end());
+        zt::expectCheckOrder("layer Init", {{o, (void*)kernel, o + 64}, {}, roi, {2.0, 5, 1, zep8u}},
+                             [d](const CallArgs& a) {
+                                 return zep::pyramid::layerInit(d, static_cast<void**>(a.ptr[0]), a.roi,
+                                                                float(a.param[0]), a.ptr[1], int(a.param[1]),
+                                                                int(a.param[2]), int(a.param[3]),
+                                                                static_cast<uint8_t*>(a.ptr[2]));
+                             },
+                             initBreakers, {&out});
+    }
+    // The exports fix channels and data type; their first checks are the same.
+    int size = 0;
+    EXPECT_EQ(zepiPyramidLayerUpGetSize_16u_C3R(roi, 2.0f, 5, nullptr), zepStsNullPointer);
+    EXPECT_EQ(zepiPyramidLayerDownGetSize_32f_C1R({0, 3}, 0.5f, 5, &size), zepStsBadSize);
+    EXPECT_EQ(zepiPyramidLayerDownGetSize_32f_C1R(roi, 10.0f, 3, &size), zepStsOk);
+    EXPECT_EQ(zepiPyramidLayerDownInit_8u_C3R(nullptr, roi, 2.0f, kernel, 5, 0, o), zepStsNullPointer);
+}
+
+template <class T, int Ch>
+void layerCheckOrder(Dir d) {
+    std::mt19937 rng(3);
+    const ImageSize src{12, 9};
+    ImageSize dst{}, lo{}, hi{};
+    zepiGetPyramidDownROI(src, &dst, 2.0f);
+    if (d == Dir::up) zepiGetPyramidUpROI(src, &lo, &hi, 2.0f), dst = hi;
+    const int e = sizeof(T);
+    // Spare bytes per row so that a size breaker alone does not trip the step checks.
+    zt::Canvas in(int64_t{src.width} * Ch * e, src.height + 1, int64_t{src.width + 4} * Ch * e, 0);
+    zt::Canvas out(int64_t{dst.width} * Ch * e, dst.height + 1, int64_t{dst.width + 4} * Ch * e, 0);
+    State<T, Ch> state(d, src, 2.0f, std::vector<T>{1, 4, 6, 4, 1});
+    std::vector<uint8_t> foreign(4096, 0);
+    CallArgs valid{{in.first(), out.first(), state.state},
+                   {int(in.step()), int(out.step())},
+                   src,
+                   {double(dst.width), double(dst.height)}};
+    auto nul = [](int i) {
+        return Breaker{"null " + std::to_string(i), i, [i](CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer};
+    };
+    const int srcRow = src.width * Ch * e, dstRow = dst.width * Ch * e;
+    std::vector<Breaker> b = {
+        nul(0),
+        nul(1),
+        nul(2),
+        {"zero source width", 10, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize},
+        {"zero destination height", 11, [](CallArgs& a) { a.param[1] = 0; }, zepStsBadSize},
+        {"short source step", 20, [=](CallArgs& a) { a.step[0] = srcRow - e; }, zepStsBadStep},
+        {"short destination step", 21, [=](CallArgs& a) { a.step[1] = dstRow - e; }, zepStsBadStep}};
+    if (e > 1) {
+        b.push_back({"odd source step", 20, [=](CallArgs& a) { a.step[0] = srcRow + 1; }, zepStsStepNotMultiple});
+        b.push_back(
+            {"odd destination step", 21, [=](CallArgs& a) { a.step[1] = dstRow + 1; }, zepStsStepNotMultiple});
+    }
+    b.push_back({"foreign state", 2, [&](CallArgs& a) { a.ptr[2] = foreign.data(); }, zepStsBadContext});
+    b.push_back({"source taller than the state's", 12, [](CallArgs& a) { a.roi.height += 1; }, zepStsBadSize});
+    b.push_back({"destination too tall", 13, [](CallArgs& a) { a.param[1] += 1; }, zepStsBadSize});
+    zt::expectCheckOrder(
+        d == Dir::down ? "LayerDown" : "LayerUp", valid,
+        [d](const CallArgs& a) {
+            using A = Api<T, Ch>;
+            const ImageSize dr{int(a.param[0]), int(a.param[1])};
+            if (d == Dir::down)
+                return A::down(static_cast<const T*>(a.ptr[0]), a.step[0], a.roi, static_cast<T*>(a.ptr[1]),
+                               a.step[1], dr, static_cast<PyramidDownState*>(a.ptr[2]));
+            return A::up(static_cast<const T*>(a.ptr[0]), a.step[0], a.roi, static_cast<T*>(a.ptr[1]), a.step[1], dr,
+                         static_cast<PyramidUpState*>(a.ptr[2]));
+        },
+        b, {&in, &out});
+}
+
+TEST(PyramidLayer, OperationCheckOrder) {
+    for (Dir d : {Dir::down, Dir::up}) {
+        layerCheckOrder<uint8_t, 1>(d);
+        layerCheckOrder<uint8_t, 3>(d);
+        layerCheckOrder<uint16_t, 1>(d);
+        layerCheckOrder<float, 3>(d);
+    }
+    // A down state is not an up state, nor one of another type.
+    const std::vector<uint8_t> kernel = {1, 2, 1};
+    State<uint8_t, 1> down(Dir::down, {8, 8}, 2.0f, kernel);
+    std::vector<uint8_t> a(256), b(256);
+    EXPECT_EQ(zepiPyramidLayerUp_8u_C1R(a.data(), 8, {8, 8}, b.data(), 16, {16, 16}, down.as<PyramidUpState>()),
+              zepStsBadContext);
+    EXPECT_EQ(zepiPyramidLayerDown_8u_C3R(a.data(), 24, {8, 8}, b.data(), 12, {4, 4}, down.as<PyramidDownState>()),
+              zepStsBadContext);
+}
+
+}  // namespace

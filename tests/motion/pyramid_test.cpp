@@ -1,0 +1,171 @@
+// Pyramid level sizes and the pyramid record: the rate-2 level list, the
+// up-range condition every down size meets, clamping, the record layout,
+// and the check orders.
+#include "motion/pyramid.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "support/check_order.h"
+
+namespace {
+
+using zt::Breaker;
+using zt::CallArgs;
+
+TEST(PyramidSizes, RateTwoLevelsOf640x480) {
+    const std::vector<ImageSize> want = {{320, 240}, {160, 120}, {80, 60}, {40, 30}, {20, 15},
+                                         {10, 8},    {5, 4},     {3, 2},   {2, 1},   {1, 1}};
+    ImageSize s{640, 480};
+    for (const ImageSize w : want) {
+        ASSERT_EQ(zepiGetPyramidDownROI(s, &s, 2.0f), zepStsOk);
+        EXPECT_EQ(s.width, w.width);
+        EXPECT_EQ(s.height, w.height);
+    }
+    int pyrSize = 0, bufSize = 0;
+    ASSERT_EQ(zepiPyramidGetSize(&pyrSize, &bufSize, 100, {640, 480}, 2.0f), zepStsOk);
+    EXPECT_EQ(pyrSize, 52 * 10 + 152);  // clamped to the natural count, not refused
+    EXPECT_EQ(bufSize, 8 * 640);
+    ASSERT_EQ(zepiPyramidGetSize(&pyrSize, &bufSize, 3, {640, 480}, 2.0f), zepStsOk);
+    EXPECT_EQ(pyrSize, 52 * 3 + 152);
+}
+
+// The source always lies in the up range of its down size, and since the up
+// ranges of consecutive sizes tile the integers, the down size is the only one.
+TEST(PyramidSizes, DownSizeIsTheSizeWhoseUpRangeHoldsTheSource) {
+    std::mt19937 rng(5);
+    for (int k = 0; k < 4000; ++k) {
+        const float rate = k % 4 == 0 ? 2.0f : 1.0f + std::uniform_real_distribution<float>(0.0001f, 9.0f)(rng);
+        const ImageSize src{1 + int(rng() % 3000), 1 + int(rng() % 700)};
+        ImageSize dst{}, lo{}, hi{};
+        ASSERT_EQ(zepiGetPyramidDownROI(src, &dst, rate), zepStsOk);
+        ASSERT_EQ(zepiGetPyramidUpROI(dst, &lo, &hi, rate), zepStsOk);
+        ASSERT_TRUE(lo.width <= src.width && src.width <= hi.width && lo.height <= src.height &&
+                    src.height <= hi.height)
+            << src.width << "x" << src.height << " rate " << rate;
+        ImageSize below{}, above{};
+        if (dst.width > 1) {
+            ASSERT_EQ(zepiGetPyramidUpROI({dst.width - 1, 1}, &below, &above, rate), zepStsOk);
+            EXPECT_LT(above.width, src.width);
+        }
+        ASSERT_EQ(zepiGetPyramidUpROI({dst.width + 1, 1}, &below, &above, rate), zepStsOk);
+        EXPECT_GT(below.width, src.width);
+    }
+}
+
+TEST(PyramidSizes, UpRangeAndEdges) {
+    ImageSize lo{}, hi{}, d{};
+    ASSERT_EQ(zepiGetPyramidUpROI({1, 3}, &lo, &hi, 2.0f), zepStsOk);
+    EXPECT_EQ(lo.width, 1);  // a single pixel may stay single
+    EXPECT_EQ(hi.width, 2);
+    EXPECT_EQ(lo.height, 5);
+    EXPECT_EQ(hi.height, 6);
+    // Near 1 the rate still grows a size by at least one.
+    ASSERT_EQ(zepiGetPyramidUpROI({100, 100}, &lo, &hi, 1.001f), zepStsOk);
+    EXPECT_EQ(lo.width, 101);
+    EXPECT_EQ(hi.width, 101);
+    // Products are single precision: 3 * 1.1f is 3.3000002, 7 * 1.1f is 7.7000003.
+    ASSERT_EQ(zepiGetPyramidUpROI({7, 3}, &lo, &hi, 1.1f), zepStsOk);
+    EXPECT_EQ(lo.width, 8);
+    EXPECT_EQ(hi.width, 8);
+    EXPECT_EQ(zepiGetPyramidDownROI({1, 1}, &d, 2.0f), zepStsOk);
+    EXPECT_EQ(d.width, 1);
+    EXPECT_EQ(d.height, 1);
+    EXPECT_EQ(zepiGetPyramidDownROI({9, 9}, &d, 10.0f), zepStsOk);  // 10 is accepted, 1 is not
+    EXPECT_EQ(zepiGetPyramidDownROI({9, 9}, &d, 1.0f), zepStsBadArg);
+    EXPECT_EQ(zepiGetPyramidDownROI({9, 9}, &d, 10.000001f), zepStsBadArg);
+    int pyrSize = 0, bufSize = 0;
+    ASSERT_EQ(zepiPyramidGetSize(&pyrSize, &bufSize, 5, {1, 1}, 2.0f), zepStsOk);
+    EXPECT_EQ(pyrSize, 152);  // natural count 0
+    EXPECT_EQ(bufSize, 8);
+}
+
+TEST(PyramidRecord, LayoutAndContents) {
+    for (size_t misalign = 0; misalign < 8; ++misalign) {
+        int pyrSize = 0, bufSize = 0;
+        ASSERT_EQ(zepiPyramidGetSize(&pyrSize, &bufSize, 6, {100, 37}, 1.5f), zepStsOk);
+        std::vector<uint8_t> mem(size_t(pyrSize) + misalign + 64, 0xA5), buf(size_t(bufSize) + 64, 0x5A);
+        Pyramid* pyr = nullptr;
+        uint8_t* at = mem.data() + misalign;
+        ASSERT_EQ(zepiPyramidInit(&pyr, 6, {100, 37}, 1.5f, at, buf.data() + 3), zepStsOk);
+        ASSERT_EQ(pyr->level, 6);
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(pyr) % 8, 0u);
+        auto addr = [](const void* p) { return reinterpret_cast<uintptr_t>(p); };
+        // sizes, images, rates, steps: in this order, 8-aligned, 16 bytes apart at least.
+        EXPECT_GE(addr(pyr->pRoi), addr(pyr) + sizeof(Pyramid) + 16);
+        EXPECT_GE(addr(pyr->pImage), addr(pyr->pRoi + 7) + 16);
+        EXPECT_GE(addr(pyr->pRate), addr(pyr->pImage + 7) + 16);
+        EXPECT_GE(addr(pyr->pStep), addr(pyr->pRate + 7) + 16);
+        for (const void* p :
+             {(const void*)pyr->pRoi, (const void*)pyr->pImage, (const void*)pyr->pRate, (const void*)pyr->pStep})
+            EXPECT_EQ(addr(p) % 8, 0u);
+        EXPECT_LE(addr(pyr->pStep + 7), addr(at + pyrSize));
+        for (size_t i = size_t(pyrSize) + misalign; i < mem.size(); ++i) ASSERT_EQ(mem[i], 0xA5) << i;
+        ImageSize s{100, 37};
+        double rate = 1.0;
+        for (int i = 0; i <= 6; ++i) {
+            EXPECT_EQ(pyr->pRoi[i].width, s.width) << i;
+            EXPECT_EQ(pyr->pRoi[i].height, s.height) << i;
+            EXPECT_EQ(pyr->pRate[i], rate);
+            EXPECT_EQ(pyr->pImage[i], nullptr);
+            EXPECT_EQ(pyr->pStep[i], 0);
+            zepiGetPyramidDownROI(s, &s, 1.5f);
+            rate *= double(1.5f);
+        }
+        EXPECT_EQ(pyr->pState, nullptr);
+        for (size_t i = size_t(bufSize) + 3; i < buf.size(); ++i) ASSERT_EQ(buf[i], 0x5A);
+    }
+}
+
+// Runs the check-order driver on a call that writes only through pointers into `out`.
+void checkOrder(const char* name, const CallArgs& valid, const zt::Caller& call, const std::vector<Breaker>& b,
+                const zt::Canvas& out) {
+    zt::expectCheckOrder(name, valid, call, b, {&out});
+}
+
+TEST(PyramidSizes, CheckOrder) {
+    zt::Canvas out(4096, 1, 4096, 0);
+    uint8_t* o = out.first();
+    const ImageSize roi{40, 30};
+    auto nul = [](int i) {
+        return Breaker{"null " + std::to_string(i), i, [i](CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer};
+    };
+    const Breaker zeroW{"zero width", 10, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize};
+    const Breaker zeroH{"zero height", 11, [](CallArgs& a) { a.roi.height = 0; }, zepStsBadSize};
+    const Breaker rateOne{"rate 1", 20, [](CallArgs& a) { a.param[0] = 1.0; }, zepStsBadArg};
+    const Breaker rateNaN{"rate NaN", 20, [](CallArgs& a) { a.param[0] = NAN; }, zepStsBadArg};
+    const Breaker level0{"level 0", 21, [](CallArgs& a) { a.param[1] = 0; }, zepStsBadArg};
+
+    checkOrder(
+        "GetPyramidDownROI", {{o}, {}, roi, {2.0}},
+        [](const CallArgs& a) {
+            return zepiGetPyramidDownROI(a.roi, static_cast<ImageSize*>(a.ptr[0]), float(a.param[0]));
+        },
+        {nul(0), zeroW, zeroH, rateOne, rateNaN}, out);
+    checkOrder(
+        "GetPyramidUpROI", {{o, o + 8}, {}, roi, {2.0}},
+        [](const CallArgs& a) {
+            return zepiGetPyramidUpROI(a.roi, static_cast<ImageSize*>(a.ptr[0]), static_cast<ImageSize*>(a.ptr[1]),
+                                       float(a.param[0]));
+        },
+        {nul(0), nul(1), zeroW, zeroH, rateOne}, out);
+    checkOrder(
+        "PyramidGetSize", {{o, o + 4}, {}, roi, {2.0, 3}},
+        [](const CallArgs& a) {
+            return zepiPyramidGetSize(static_cast<int*>(a.ptr[0]), static_cast<int*>(a.ptr[1]), int(a.param[1]),
+                                      a.roi, float(a.param[0]));
+        },
+        {nul(0), nul(1), zeroH, zeroW, level0, rateOne}, out);
+    checkOrder(
+        "PyramidInit", {{o, o + 64, o + 2048}, {}, roi, {2.0, 3}},
+        [](const CallArgs& a) {
+            return zepiPyramidInit(static_cast<Pyramid**>(a.ptr[0]), int(a.param[1]), a.roi, float(a.param[0]),
+                                   static_cast<uint8_t*>(a.ptr[1]), static_cast<uint8_t*>(a.ptr[2]));
+        },
+        {nul(0), nul(1), nul(2), zeroH, zeroW, rateOne, level0}, out);
+}
+
+}  // namespace
