@@ -111,16 +111,18 @@ using TapOf = std::conditional_t<std::is_same_v<T, float>, float,
                                  std::conditional_t<std::is_same_v<T, uint16_t>, uint16_t, int16_t>>;
 
 // Checks shared by both families after their pointer, step and size checks:
-// the spec's border type; then a spec that was never initialised (kernel size
-// below 3 or even, or no divisor) is a no-op; then a spec of another data type
+// a spec that was never initialised (kernel size below 3 or even, or no
+// divisor; zeroed memory is the common case) is a no-op that returns
+// zepStsOk, so it is recognised before its border field is read; then the
+// spec's border type; then a spec of another data type
 // or channel count is not this filter's (zepStsBadContext). Sets `run`.
 template <class T, int Ch>
 ZepStatus specChecks(const void* pSpec, GaussianHeader& h, Border& border, bool& run) {
     std::memcpy(&h, pSpec, sizeof h);
     run = false;
-    if (!gaussianBorder(h.borderType, border)) return zepStsBadBorder;
     const bool noDivisor = h.shift < 0 || h.shift > 30;
     if (!gaussianKernelSize(static_cast<uint32_t>(h.kernelSize)) || noDivisor) return zepStsOk;
+    if (!gaussianBorder(h.borderType, border)) return zepStsBadBorder;
     if (h.dataType != typeCode<T>() || h.channels != Ch) return zepStsBadContext;
     run = true;
     return zepStsOk;
