@@ -97,14 +97,6 @@ inline void store8(uint16_t* p, __mmask8 m, __m256i v) { _mm_mask_storeu_epi16(p
 inline void store8(uint8_t* p, __mmask8 m, __m256i v) { _mm_mask_storeu_epi8(p, m, _mm256_cvtepi32_epi8(v)); }
 inline void store8(int8_t* p, __mmask8 m, __m256i v) { _mm_mask_storeu_epi8(p, m, _mm256_cvtepi32_epi8(v)); }
 
-// Round-half-to-even of v / 2^s for s >= 1 (see the file comment).
-inline __m512i roundShiftEven(__m512i v, int s) {
-    const __m128i count = _mm_cvtsi32_si128(s);
-    const __m512i odd = _mm512_and_si512(_mm512_sra_epi32(v, count), _mm512_set1_epi32(1));
-    const __m512i bias = _mm512_set1_epi32((1 << (s - 1)) - 1);
-    return _mm512_sra_epi32(_mm512_add_epi32(_mm512_add_epi32(v, bias), odd), count);
-}
-
 // How the vector blocks of an integer pass compute, chosen per call.
 enum class IntMode { scalar, shift32, exact64 };
 
@@ -133,35 +125,53 @@ IntPlan planInteger(const Tap* taps, int k, int divisor) {
 
 // Taps are broadcast once per call for the fixed kernel sizes, per use otherwise.
 
-// One block of 16 integer outputs: sum over taps of taps[j] * at(j)[lane],
-// divided, rounded and saturated as the plan says; stored to out.
-template <int K, class Src, class Dst, class Tap, class At>
-inline void integerBlock(const IntPlan& plan, const Tap* taps, int k, const __m512i* tapsI, const __m512d* tapsD,
-                         double divisor, At at, Dst* out, int n) {
+// Loop-invariant vectors of the shift32 mode.
+struct ShiftConstants {
+    __m128i count;
+    __m512i bias, one, lo, hi;
+    bool shifts, negate;
+};
+
+template <class Dst>
+inline ShiftConstants shiftConstants(const IntPlan& plan) {
+    const int s = plan.shift > 0 ? plan.shift : 1;
+    return {_mm_cvtsi32_si128(plan.shift), _mm512_set1_epi32((1 << (s - 1)) - 1), _mm512_set1_epi32(1),
+            _mm512_set1_epi32(int32_t(lowest<Dst>())), _mm512_set1_epi32(int32_t(highest<Dst>())), plan.shift > 0,
+            plan.negate};
+}
+
+// One block of n <= 16 integer outputs: sum over taps of taps[j] * at(j)[lane],
+// divided, rounded and saturated as the plan's mode M says; stored to out.
+template <IntMode M, int K, class Src, class Dst, class Tap, class At>
+inline void integerBlock(const ShiftConstants& sc, const Tap* taps, int k, const __m512i* tapsI,
+                         const __m512d* tapsD, double divisor, At at, Dst* out, int n) {
     const int count = K > 0 ? K : k;
-    if (plan.mode == IntMode::shift32) {
+    if constexpr (M == IntMode::shift32) {
         const __mmask16 m = simd::firstLanes16(n);
         auto tap = [&](int j) { return K > 0 ? tapsI[j] : _mm512_set1_epi32(taps[j]); };
         __m512i acc = _mm512_mullo_epi32(tap(0), load16(at(0), m));
         for (int j = 1; j < count; ++j) acc = _mm512_add_epi32(acc, _mm512_mullo_epi32(tap(j), load16(at(j), m)));
-        if (plan.shift > 0) acc = roundShiftEven(acc, plan.shift);
-        if (plan.negate) acc = _mm512_sub_epi32(_mm512_setzero_si512(), acc);
-        acc = _mm512_max_epi32(acc, _mm512_set1_epi32(int32_t(lowest<Dst>())));
-        acc = _mm512_min_epi32(acc, _mm512_set1_epi32(int32_t(highest<Dst>())));
+        if (sc.shifts) {  // round-half-to-even of acc / 2^s (see the file comment)
+            const __m512i odd = _mm512_and_si512(_mm512_maskz_sra_epi32(0xFFFF, acc, sc.count), sc.one);
+            acc = _mm512_maskz_sra_epi32(0xFFFF, _mm512_add_epi32(_mm512_add_epi32(acc, sc.bias), odd), sc.count);
+        }
+        if (sc.negate) acc = _mm512_sub_epi32(_mm512_setzero_si512(), acc);
+        acc = _mm512_min_epi32(_mm512_max_epi32(acc, sc.lo), sc.hi);
         store16(out, m, acc);
-        return;
-    }
-    const __m512d d = _mm512_set1_pd(divisor);
-    const __m512d lo = _mm512_set1_pd(double(lowest<Dst>())), hi = _mm512_set1_pd(double(highest<Dst>()));
-    auto tap = [&](int j) { return K > 0 ? tapsD[j] : _mm512_set1_pd(double(taps[j])); };
-    for (int half = 0; half < n; half += 8) {
-        const int left = n - half < 8 ? n - half : 8;
-        const __mmask8 m = static_cast<__mmask8>((1u << left) - 1u);
-        __m512d acc = _mm512_mul_pd(tap(0), load8d(at(0) + half, m));
-        for (int j = 1; j < count; ++j) acc = _mm512_add_pd(acc, _mm512_mul_pd(tap(j), load8d(at(j) + half, m)));
-        __m512d q = _mm512_roundscale_pd(_mm512_div_pd(acc, d), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
-        q = _mm512_min_pd(_mm512_max_pd(q, lo), hi);
-        store8(out + half, m, _mm512_cvtpd_epi32(q));
+    } else {
+        const __m512d d = _mm512_set1_pd(divisor);
+        const __m512d lo = _mm512_set1_pd(double(lowest<Dst>())), hi = _mm512_set1_pd(double(highest<Dst>()));
+        auto tap = [&](int j) { return K > 0 ? tapsD[j] : _mm512_set1_pd(double(taps[j])); };
+        for (int half = 0; half < n; half += 8) {
+            const int left = n - half < 8 ? n - half : 8;
+            const __mmask8 m = static_cast<__mmask8>((1u << left) - 1u);
+            __m512d acc = _mm512_mul_pd(tap(0), load8d(at(0) + half, m));
+            for (int j = 1; j < count; ++j)
+                acc = _mm512_add_pd(acc, _mm512_mul_pd(tap(j), load8d(at(j) + half, m)));
+            __m512d q = _mm512_roundscale_pd(_mm512_div_pd(acc, d), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+            q = _mm512_min_pd(_mm512_max_pd(q, lo), hi);
+            store8(out + half, m, _mm512_cvtpd_epi32(q));
+        }
     }
 }
 
@@ -234,6 +244,7 @@ void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
     __m512i ti[K > 0 ? K : 1] = {};
     __m512d td[K > 0 ? K : 1] = {};
     if constexpr (K > 0) broadcastTaps<K>(p.taps, ti, td);
+    const ShiftConstants sc = shiftConstants<Dst>(plan);
     const int64_t E = int64_t{p.roi.width} * Ch;
     int64_t lo = E, hi = E;
     if (plan.mode != IntMode::scalar) interior<Src, Tap, Ch>(p, lo, hi);
@@ -242,12 +253,18 @@ void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
         Dst* out = dst[y];
         const int64_t head = lo < E ? lo : E;
         for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
-        for (int64_t e = lo; e < hi; e += 16) {
-            const Src* base = row + e - int64_t{p.anchor} * Ch;
-            integerBlock<K, Src, Dst>(plan, p.taps, p.k, ti, td, double(p.divisor),
-                                      [&](int j) { return base + j * Ch; }, out + e,
-                                      hi - e < 16 ? int(hi - e) : 16);
-        }
+        auto interiorLoop = [&]<IntMode M>() {
+            for (int64_t e = lo; e < hi; e += 16) {
+                const Src* base = row + e - int64_t{p.anchor} * Ch;
+                integerBlock<M, K, Src, Dst>(sc, p.taps, p.k, ti, td, double(p.divisor),
+                                             [&](int j) { return base + j * Ch; }, out + e,
+                                             hi - e < 16 ? int(hi - e) : 16);
+            }
+        };
+        if (plan.mode == IntMode::shift32)
+            interiorLoop.template operator()<IntMode::shift32>();
+        else
+            interiorLoop.template operator()<IntMode::exact64>();
         for (int64_t e = hi > head ? hi : head; e < E; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
     }
 }
@@ -364,16 +381,21 @@ void columnPassInt(const ColumnPass<Src, Tap>& p, Dst* dst) {
     __m512i ti[K > 0 ? K : 1] = {};
     __m512d td[K > 0 ? K : 1] = {};
     if constexpr (K > 0) broadcastTaps<K>(p.taps, ti, td);
+    const ShiftConstants sc = shiftConstants<Dst>(plan);
     for (int64_t y = 0; y < p.height; ++y) {
         const Src* const* rows = p.rows + y;
         Dst* out = reinterpret_cast<Dst*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
         int64_t e = 0;
-        if (plan.mode != IntMode::scalar) {
+        auto loop = [&]<IntMode M>() {
             for (; e < p.elements; e += 16)
-                integerBlock<K, Src, Dst>(plan, p.taps, p.k, ti, td, double(p.divisor),
-                                          [&](int j) { return rows[j] + e; }, out + e,
-                                          p.elements - e < 16 ? int(p.elements - e) : 16);
-        }
+                integerBlock<M, K, Src, Dst>(sc, p.taps, p.k, ti, td, double(p.divisor),
+                                             [&](int j) { return rows[j] + e; }, out + e,
+                                             p.elements - e < 16 ? int(p.elements - e) : 16);
+        };
+        if (plan.mode == IntMode::shift32)
+            loop.template operator()<IntMode::shift32>();
+        else if (plan.mode == IntMode::exact64)
+            loop.template operator()<IntMode::exact64>();
         for (; e < p.elements; ++e) {
             int64_t sum = 0;
             for (int j = 0; j < p.k; ++j) sum += int64_t(p.taps[j]) * rows[j][e];
