@@ -1,11 +1,10 @@
 // Gaussian filter beside cv::GaussianBlur (same kernel size and sigma,
 // BORDER_REPLICATE), kernel sizes 3, 5 and 7.
-#include <opencv2/imgproc.hpp>
+#include <zepcv.h>
 
+#include <opencv2/imgproc.hpp>
 #include <string>
 #include <vector>
-
-#include <zepcv.h>
 
 #include "support/bench.h"
 
@@ -18,8 +17,8 @@ struct State {
 
 template <class T, int Ch, auto F>
 void reg(const char* type, int cvType, int dataType, int k) {
-    const std::string name = std::string("FilterGaussianBorder_") + type + (Ch == 1 ? "_C1R" : "_C3R") + "/k" +
-                             std::to_string(k);
+    const std::string name =
+        std::string("FilterGaussianBorder_") + type + (Ch == 1 ? "_C1R" : "_C3R") + "/k" + std::to_string(k);
     zb::registerExport(name, [=](int w, int h) {
         auto s = std::make_shared<State>();
         s->src = zb::randomMat(h, w, cvType, 0, 255);

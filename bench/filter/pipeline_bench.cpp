@@ -1,10 +1,9 @@
 // Row and column pipeline passes at kernel size 5 beside cv::filter2D with the
 // matching one-dimensional kernel (a row or a column of taps).
-#include <opencv2/imgproc.hpp>
-
-#include <vector>
-
 #include <zepcv.h>
+
+#include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "support/bench.h"
 

@@ -32,8 +32,7 @@ uint32_t gaussianBufferSize(uint32_t W, uint32_t H, uint32_t k, int dataType, in
             C = columnSize::f32(k);
             break;
     }
-    if (dataType == zep32f)
-        return 4 * k * L + 32 + 4 * L * (h + k) + 64 + R + 32 + C + 32 + 8 * (h + k) + 32;
+    if (dataType == zep32f) return 4 * k * L + 32 + 4 * L * (h + k) + 64 + R + 32 + C + 32 + 8 * (h + k) + 32;
     return 2 * L * (h + k) + 64 + 2 * (2 * L * (k / 2) + 16) + R + 32 + C + 32 + 8 * (H + k) + 32;
 }
 
@@ -90,7 +89,8 @@ void streamRow(uint8_t* dst, const uint8_t* src, int64_t bytes) {
         return;
     }
     std::memcpy(dst, src, static_cast<size_t>(head));
-    for (i = head; i + 64 <= bytes; i += 64) _mm512_stream_si512(reinterpret_cast<__m512i*>(dst + i), simd::load512(src + i));
+    for (i = head; i + 64 <= bytes; i += 64)
+        _mm512_stream_si512(reinterpret_cast<__m512i*>(dst + i), simd::load512(src + i));
     std::memcpy(dst + i, src + i, static_cast<size_t>(bytes - i));
 }
 
@@ -98,9 +98,10 @@ namespace {
 
 template <class T>
 constexpr int typeCode() {
-    return std::is_same_v<T, uint8_t> ? zep8u : std::is_same_v<T, uint16_t> ? zep16u
-                                      : std::is_same_v<T, int16_t>  ? zep16s
-                                                                    : zep32f;
+    return std::is_same_v<T, uint8_t>    ? zep8u
+           : std::is_same_v<T, uint16_t> ? zep16u
+           : std::is_same_v<T, int16_t>  ? zep16s
+                                         : zep32f;
 }
 
 // The element types the filter of T runs on.
@@ -172,7 +173,8 @@ int64_t elemBytesOf(int dataType) { return dataType == zep8u ? 1 : dataType == z
 int64_t bufferSizeL(int64_t W, int64_t H, int64_t k, int dataType, int n) {
     GaussianLayout lay{};
     return gaussianLayout(nullptr, W, k, n, stripOfL(H, k), interBytesOf(dataType), elemBytesOf(dataType),
-                          elemBytesOf(dataType), true, lay) + 64;
+                          elemBytesOf(dataType), true, lay) +
+           64;
 }
 
 // The _L filters: pointers, spec, (C3) border value, ROI, steps (too small,
@@ -238,9 +240,8 @@ ZEP_EXPORT(zepiFilterGaussianGetBufferSize)
     if (!gaussianDataType(dataType)) return zepStsBadDataType;
     if (numChannels != 1 && numChannels != 3) return zepStsBadChannel;
     *pSpecSize = static_cast<int32_t>(gaussianSpecSize(kernelSize, dataType));
-    *pBufferSize = static_cast<int32_t>(gaussianBufferSize(static_cast<uint32_t>(roi.width),
-                                                           static_cast<uint32_t>(roi.height), kernelSize, dataType,
-                                                           numChannels));
+    *pBufferSize = static_cast<int32_t>(gaussianBufferSize(
+        static_cast<uint32_t>(roi.width), static_cast<uint32_t>(roi.height), kernelSize, dataType, numChannels));
     return zepStsOk;
 }
 
@@ -288,26 +289,26 @@ ZEP_EXPORT(zepiFilterGaussianInit_L)
     return zepStsOk;
 }
 
-#define GAUSSIAN_EXPORTS(T, tname)                                                                                  \
-    ZEP_EXPORT(zepiFilterGaussianBorder_##tname##_C1R)                                                              \
-    (const T* pSrc, int srcStep, T* pDst, int dstStep, ImageSize roiSize, T borderValue,                           \
-     const FilterGaussianSpec* pSpec, uint8_t* pBuffer) {                                                           \
-        return gaussianBorder32<T, 1>(pSrc, srcStep, pDst, dstStep, roiSize, &borderValue, pSpec, pBuffer);         \
-    }                                                                                                               \
-    ZEP_EXPORT(zepiFilterGaussianBorder_##tname##_C3R)                                                              \
-    (const T* pSrc, int srcStep, T* pDst, int dstStep, ImageSize roiSize, const T borderValue[3],                  \
-     const FilterGaussianSpec* pSpec, uint8_t* pBuffer) {                                                           \
-        return gaussianBorder32<T, 3>(pSrc, srcStep, pDst, dstStep, roiSize, borderValue, pSpec, pBuffer);          \
-    }                                                                                                               \
-    ZEP_EXPORT(zepiFilterGaussian_##tname##_C1R_L)                                                                  \
-    (const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, ImageSizeL roiSize, T borderValue,                  \
-     const FilterGaussianSpec* pSpec, uint8_t* pBuffer) {                                                           \
-        return gaussianL<T, 1>(pSrc, srcStep, pDst, dstStep, roiSize, &borderValue, pSpec, pBuffer);                \
-    }                                                                                                               \
-    ZEP_EXPORT(zepiFilterGaussian_##tname##_C3R_L)                                                                  \
-    (const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, ImageSizeL roiSize, const T borderValue[3],         \
-     const FilterGaussianSpec* pSpec, uint8_t* pBuffer) {                                                           \
-        return gaussianL<T, 3>(pSrc, srcStep, pDst, dstStep, roiSize, borderValue, pSpec, pBuffer);                 \
+#define GAUSSIAN_EXPORTS(T, tname)                                                                          \
+    ZEP_EXPORT(zepiFilterGaussianBorder_##tname##_C1R)                                                      \
+    (const T* pSrc, int srcStep, T* pDst, int dstStep, ImageSize roiSize, T borderValue,                    \
+     const FilterGaussianSpec* pSpec, uint8_t* pBuffer) {                                                   \
+        return gaussianBorder32<T, 1>(pSrc, srcStep, pDst, dstStep, roiSize, &borderValue, pSpec, pBuffer); \
+    }                                                                                                       \
+    ZEP_EXPORT(zepiFilterGaussianBorder_##tname##_C3R)                                                      \
+    (const T* pSrc, int srcStep, T* pDst, int dstStep, ImageSize roiSize, const T borderValue[3],           \
+     const FilterGaussianSpec* pSpec, uint8_t* pBuffer) {                                                   \
+        return gaussianBorder32<T, 3>(pSrc, srcStep, pDst, dstStep, roiSize, borderValue, pSpec, pBuffer);  \
+    }                                                                                                       \
+    ZEP_EXPORT(zepiFilterGaussian_##tname##_C1R_L)                                                          \
+    (const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, ImageSizeL roiSize, T borderValue,           \
+     const FilterGaussianSpec* pSpec, uint8_t* pBuffer) {                                                   \
+        return gaussianL<T, 1>(pSrc, srcStep, pDst, dstStep, roiSize, &borderValue, pSpec, pBuffer);        \
+    }                                                                                                       \
+    ZEP_EXPORT(zepiFilterGaussian_##tname##_C3R_L)                                                          \
+    (const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, ImageSizeL roiSize, const T borderValue[3],  \
+     const FilterGaussianSpec* pSpec, uint8_t* pBuffer) {                                                   \
+        return gaussianL<T, 3>(pSrc, srcStep, pDst, dstStep, roiSize, borderValue, pSpec, pBuffer);         \
     }
 
 GAUSSIAN_EXPORTS(uint8_t, 8u)

@@ -66,13 +66,14 @@ void streamRow(uint8_t* dst, const uint8_t* src, int64_t bytes);
 // The filter over the whole image. Src and Dst share the element type; Inter
 // is the ring's element type, Tap the spec's tap type.
 template <Path P, class Src, class Inter, class Tap, int Ch>
-void gaussianRun(const Src* src, int64_t srcStep, Src* dst, int64_t dstStep, int64_t W, int64_t H,
-                 const Src* value, const Border& border, const Tap* taps, int k, int divisor,
-                 const GaussianLayout& lay) {
+void gaussianRun(const Src* src, int64_t srcStep, Src* dst, int64_t dstStep, int64_t W, int64_t H, const Src* value,
+                 const Border& border, const Tap* taps, int k, int divisor, const GaussianLayout& lay) {
     const int r = k / 2;
     const int64_t E = W * Ch;
     auto srcRow = [&](int64_t i) -> const Src* {
-        auto at = [&](int64_t y) { return reinterpret_cast<const Src*>(reinterpret_cast<const char*>(src) + y * srcStep); };
+        auto at = [&](int64_t y) {
+            return reinterpret_cast<const Src*>(reinterpret_cast<const char*>(src) + y * srcStep);
+        };
         if (i >= 0 && i < H) return at(i);
         if ((i < 0 && border.inMemTop) || (i >= H && border.inMemBottom)) return at(i);
         if (border.base == zepBorderConst) return reinterpret_cast<const Src*>(lay.constRow);
@@ -93,8 +94,8 @@ void gaussianRun(const Src* src, int64_t srcStep, Src* dst, int64_t dstStep, int
         for (; next <= y0 + nb - 1 + r; ++next) {
             const Src* row = srcRow(next);
             const bool synthetic = reinterpret_cast<const uint8_t*>(row) == lay.constRow;
-            const RowPass<Src, Tap> pass{row,  0, ImageSize{int32_t(W), 1}, taps, k, r, synthetic ? constBorder : border,
-                                         value, divisor};
+            const RowPass<Src, Tap> pass{
+                row, 0, ImageSize{int32_t(W), 1}, taps, k, r, synthetic ? constBorder : border, value, divisor};
             Inter* out = ringRow(next);
             rowPass<P, Src, Inter, Tap, Ch>(pass, &out);
         }

@@ -69,7 +69,9 @@ constexpr int64_t maxAbs() {
 }
 
 // Round to nearest, ties to even, independent of the current rounding mode.
-inline int32_t roundEven(float v) { return _mm_cvt_roundss_si32(_mm_set_ss(v), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC); }
+inline int32_t roundEven(float v) {
+    return _mm_cvt_roundss_si32(_mm_set_ss(v), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+}
 
 // ---- Vector helpers: 16 elements as int32 lanes, 8 as double lanes ----
 
@@ -135,16 +137,20 @@ struct ShiftConstants {
 template <class Dst>
 inline ShiftConstants shiftConstants(const IntPlan& plan) {
     const int s = plan.shift > 0 ? plan.shift : 1;
-    return {_mm_cvtsi32_si128(plan.shift), _mm512_set1_epi32((1 << (s - 1)) - 1), _mm512_set1_epi32(1),
-            _mm512_set1_epi32(int32_t(lowest<Dst>())), _mm512_set1_epi32(int32_t(highest<Dst>())), plan.shift > 0,
+    return {_mm_cvtsi32_si128(plan.shift),
+            _mm512_set1_epi32((1 << (s - 1)) - 1),
+            _mm512_set1_epi32(1),
+            _mm512_set1_epi32(int32_t(lowest<Dst>())),
+            _mm512_set1_epi32(int32_t(highest<Dst>())),
+            plan.shift > 0,
             plan.negate};
 }
 
 // One block of n <= 16 integer outputs: sum over taps of taps[j] * at(j)[lane],
 // divided, rounded and saturated as the plan's mode M says; stored to out.
 template <IntMode M, int K, class Src, class Dst, class Tap, class At>
-inline void integerBlock(const ShiftConstants& sc, const Tap* taps, int k, const __m512i* tapsI,
-                         const __m512d* tapsD, double divisor, At at, Dst* out, int n) {
+inline void integerBlock(const ShiftConstants& sc, const Tap* taps, int k, const __m512i* tapsI, const __m512d* tapsD,
+                         double divisor, At at, Dst* out, int n) {
     const int count = K > 0 ? K : k;
     if constexpr (M == IntMode::shift32) {
         const __mmask16 m = simd::firstLanes16(n);
@@ -166,8 +172,7 @@ inline void integerBlock(const ShiftConstants& sc, const Tap* taps, int k, const
             const int left = n - half < 8 ? n - half : 8;
             const __mmask8 m = static_cast<__mmask8>((1u << left) - 1u);
             __m512d acc = _mm512_mul_pd(tap(0), load8d(at(0) + half, m));
-            for (int j = 1; j < count; ++j)
-                acc = _mm512_add_pd(acc, _mm512_mul_pd(tap(j), load8d(at(j) + half, m)));
+            for (int j = 1; j < count; ++j) acc = _mm512_add_pd(acc, _mm512_mul_pd(tap(j), load8d(at(j) + half, m)));
             __m512d q = _mm512_roundscale_pd(_mm512_div_pd(acc, d), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
             q = _mm512_min_pd(_mm512_max_pd(q, lo), hi);
             store8(out + half, m, _mm512_cvtpd_epi32(q));
@@ -256,9 +261,9 @@ void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
         auto interiorLoop = [&]<IntMode M>() {
             for (int64_t e = lo; e < hi; e += 16) {
                 const Src* base = row + e - int64_t{p.anchor} * Ch;
-                integerBlock<M, K, Src, Dst>(sc, p.taps, p.k, ti, td, double(p.divisor),
-                                             [&](int j) { return base + j * Ch; }, out + e,
-                                             hi - e < 16 ? int(hi - e) : 16);
+                integerBlock<M, K, Src, Dst>(
+                    sc, p.taps, p.k, ti, td, double(p.divisor), [&](int j) { return base + j * Ch; }, out + e,
+                    hi - e < 16 ? int(hi - e) : 16);
             }
         };
         if (plan.mode == IntMode::shift32)
@@ -361,9 +366,7 @@ void columnPassSingle(const ColumnPass<int16_t, int16_t>& p, Dst* dst) {
             for (; e < p.elements; e += 16) {
                 const int n = p.elements - e < 16 ? int(p.elements - e) : 16;
                 const __mmask16 m = simd::firstLanes16(n);
-                auto value = [&](int j) {
-                    return _mm512_cvtepi32_ps(_mm512_slli_epi32(load16(rows[j] + e, m), 16));
-                };
+                auto value = [&](int j) { return _mm512_cvtepi32_ps(_mm512_slli_epi32(load16(rows[j] + e, m), 16)); };
                 __m512 acc = _mm512_mul_ps(tap(0), value(0));
                 for (int j = 1; j < count; ++j) acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), value(j)));
                 acc = _mm512_min_ps(_mm512_max_ps(acc, lo), hi);
@@ -388,9 +391,9 @@ void columnPassInt(const ColumnPass<Src, Tap>& p, Dst* dst) {
         int64_t e = 0;
         auto loop = [&]<IntMode M>() {
             for (; e < p.elements; e += 16)
-                integerBlock<M, K, Src, Dst>(sc, p.taps, p.k, ti, td, double(p.divisor),
-                                             [&](int j) { return rows[j] + e; }, out + e,
-                                             p.elements - e < 16 ? int(p.elements - e) : 16);
+                integerBlock<M, K, Src, Dst>(
+                    sc, p.taps, p.k, ti, td, double(p.divisor), [&](int j) { return rows[j] + e; }, out + e,
+                    p.elements - e < 16 ? int(p.elements - e) : 16);
         };
         if (plan.mode == IntMode::shift32)
             loop.template operator()<IntMode::shift32>();

@@ -52,7 +52,7 @@ ZepStatus columnPipeline(const Src* const* ppSrc, Dst* pDst, int dstStep, ImageS
     if (sizeof(Dst) > 1 && dstStep % int(sizeof(Dst)) != 0) return zepStsStepNotMultiple;
     if (!pBuffer) return zepStsNullPointer;
     if (HasDivisor && divisor == 0) return zepStsBadArg;
-    const ColumnPass<Src, Tap> pass{ppSrc,  dstStep,    int64_t{roi.width} * Ch, roi.height,
+    const ColumnPass<Src, Tap> pass{ppSrc,   dstStep,    int64_t{roi.width} * Ch, roi.height,
                                     pKernel, kernelSize, HasDivisor ? divisor : 1};
     columnPass<P, Src, Dst, Tap>(pass, pDst);
     return zepStsOk;

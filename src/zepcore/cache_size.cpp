@@ -3,10 +3,9 @@
 // figures when the processor tells none.
 #include <cpuid.h>
 #include <unistd.h>
+#include <zepcore.h>
 
 #include <initializer_list>
-
-#include <zepcore.h>
 
 namespace {
 
@@ -36,7 +35,8 @@ extern "C" ZEPCORE_API int32_t zepGetMaxCacheSizeB(int32_t* pSizeByte) {
     if (maxLeaf >= 4) size = largestCache(4);
     if (size == 0 && __get_cpuid_max(0x80000000u, nullptr) >= 0x8000001Du) size = largestCache(0x8000001Du);
     if (size == 0) {
-        for (int name : {_SC_LEVEL4_CACHE_SIZE, _SC_LEVEL3_CACHE_SIZE, _SC_LEVEL2_CACHE_SIZE, _SC_LEVEL1_DCACHE_SIZE}) {
+        for (int name :
+             {_SC_LEVEL4_CACHE_SIZE, _SC_LEVEL3_CACHE_SIZE, _SC_LEVEL2_CACHE_SIZE, _SC_LEVEL1_DCACHE_SIZE}) {
             const long s = sysconf(name);
             if (s > size) size = s;
         }

@@ -3,13 +3,12 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <zepcv.h>
 
 #include <functional>
 #include <random>
 #include <string>
 #include <vector>
-
-#include <zepcv.h>
 
 #include "support/image.h"
 
@@ -52,8 +51,8 @@ void expectOrder(const std::string& name, const Args& valid, const std::function
             Args ab = valid;
             breakers[j].apply(ab);
             breakers[i].apply(ab);
-            EXPECT_EQ(call(ab), breakers[i].expected) << name << ": " << breakers[i].what << " with "
-                                                      << breakers[j].what;
+            EXPECT_EQ(call(ab), breakers[i].expected)
+                << name << ": " << breakers[i].what << " with " << breakers[j].what;
             ASSERT_TRUE(untouched()) << name << ": " << breakers[i].what << " with " << breakers[j].what;
         }
     }

@@ -9,10 +9,9 @@
 // builds report once inlined into this file.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 
-#include <opencv2/imgproc.hpp>
-
 #include <cmath>
 #include <cstring>
+#include <opencv2/imgproc.hpp>
 
 #include "filter/filter_support.h"
 #include "filter/gaussian.h"
@@ -25,9 +24,10 @@ using zt::Image;
 
 template <class T>
 constexpr int typeCode() {
-    return std::is_same_v<T, uint8_t> ? zep8u : std::is_same_v<T, uint16_t> ? zep16u
-                                      : std::is_same_v<T, int16_t>  ? zep16s
-                                                                    : zep32f;
+    return std::is_same_v<T, uint8_t>    ? zep8u
+           : std::is_same_v<T, uint16_t> ? zep16u
+           : std::is_same_v<T, int16_t>  ? zep16s
+                                         : zep32f;
 }
 template <class T>
 using InterOf = std::conditional_t<std::is_same_v<T, uint8_t>, int16_t, T>;
@@ -63,8 +63,8 @@ void referenceGaussian(const T* src, int srcStep, T* dst, int dstStep, int W, in
                                              zep::borderIndex(i, H, b.base) * srcStep);
         }
         InterOf<T>* out = rows[i + r].data();
-        zep::filter::rowPass<Path::scalar, T, InterOf<T>, TapOf<T>, Ch>({row, 0, {W, 1}, taps, k, r, rb, value, divisor},
-                                                                        &out);
+        zep::filter::rowPass<Path::scalar, T, InterOf<T>, TapOf<T>, Ch>(
+            {row, 0, {W, 1}, taps, k, r, rb, value, divisor}, &out);
     }
     std::vector<const InterOf<T>*> ptrs;
     for (auto& r2 : rows) ptrs.push_back(r2.data());
@@ -106,7 +106,10 @@ void expectGaussianAgrees(const char* name, GaussianFns<T, Ch> fns) {
             T value[3];
             for (auto& v : value) v = zt::randomValue<T>(rng, false);
             std::conditional_t<Ch == 1, T, const T*> v;
-            if constexpr (Ch == 1) v = value[0]; else v = value;
+            if constexpr (Ch == 1)
+                v = value[0];
+            else
+                v = value;
             ASSERT_EQ(fns.filter(src, big.step(), ours.data(), ours.step(), {W, H}, v, pSpec, buffer.first()),
                       zepStsOk);
             referenceGaussian<T, Ch>(src, big.step(), reinterpret_cast<T*>(theirs.first()), ours.step(), W, H, value,
@@ -139,9 +142,9 @@ TEST(Gaussian, RingDriverAgreesWithWholeImageDefinition) {
 std::vector<int> integerTaps(uint32_t k, float sigma, int type) {
     std::vector<uint8_t> spec(16 * k + 36);
     uint8_t buf[8];
-    EXPECT_EQ(zepiFilterGaussianInit({8, 8}, k, sigma, 1, type, 1, reinterpret_cast<FilterGaussianSpec*>(spec.data()),
-                                     buf),
-              zepStsOk);
+    EXPECT_EQ(
+        zepiFilterGaussianInit({8, 8}, k, sigma, 1, type, 1, reinterpret_cast<FilterGaussianSpec*>(spec.data()), buf),
+        zepStsOk);
     const auto* t = reinterpret_cast<const uint16_t*>(zep::filter::specTaps(spec.data()));
     return std::vector<int>(t, t + k);
 }
@@ -174,17 +177,17 @@ TEST(Gaussian, UninitialisedSpecIsANoOp) {
     std::vector<uint8_t> spec(200, 0);
     std::vector<uint8_t> buffer(100000);
     const auto* s = reinterpret_cast<const FilterGaussianSpec*>(spec.data());
-    EXPECT_EQ(zepiFilterGaussianBorder_8u_C1R(src.data(), src.step(), dst.data(), dst.step(), {20, 6}, 0, s,
-                                              buffer.data()),
-              zepStsOk);
-    EXPECT_EQ(zepiFilterGaussian_8u_C1R_L(src.data(), src.step(), dst.data(), dst.step(), {20, 6}, 0, s,
-                                          buffer.data()),
-              zepStsOk);
-    spec[0] = 4;  // an even kernel size
+    EXPECT_EQ(
+        zepiFilterGaussianBorder_8u_C1R(src.data(), src.step(), dst.data(), dst.step(), {20, 6}, 0, s, buffer.data()),
+        zepStsOk);
+    EXPECT_EQ(
+        zepiFilterGaussian_8u_C1R_L(src.data(), src.step(), dst.data(), dst.step(), {20, 6}, 0, s, buffer.data()),
+        zepStsOk);
+    spec[0] = 4;   // an even kernel size
     spec[12] = 1;  // replicate
-    EXPECT_EQ(zepiFilterGaussianBorder_8u_C1R(src.data(), src.step(), dst.data(), dst.step(), {20, 6}, 0, s,
-                                              buffer.data()),
-              zepStsOk);
+    EXPECT_EQ(
+        zepiFilterGaussianBorder_8u_C1R(src.data(), src.step(), dst.data(), dst.step(), {20, 6}, 0, s, buffer.data()),
+        zepStsOk);
     EXPECT_EQ(dst.canvas.bytes(), before);
 }
 
@@ -201,7 +204,7 @@ struct InitArgs {
 TEST(Gaussian, CheckOrders) {
     std::vector<uint8_t> specMem(400), bufMem(64);
     zt::Canvas specCanvas(400, 1, 400, 0);
-    InitArgs valid{{16, 8}, 5, 1.2f, 1, zep8u, 1, reinterpret_cast<FilterGaussianSpec*>(specCanvas.first()),
+    InitArgs valid{{16, 8},      5, 1.2f, 1, zep8u, 1, reinterpret_cast<FilterGaussianSpec*>(specCanvas.first()),
                    bufMem.data()};
     using B = ft::Breaker<InitArgs>;
     const std::vector<B> initBreakers = {
@@ -303,8 +306,8 @@ TEST(GaussianPeers, OpenCV) {
         auto* s = reinterpret_cast<FilterGaussianSpec*>(spec.data());
         ASSERT_EQ(zepiFilterGaussianInit({W, H}, k, sigma, zepBorderRepl, zep32f, 3, s, buffer.data()), zepStsOk);
         const float zero[3] = {0, 0, 0};
-        ASSERT_EQ(zepiFilterGaussianBorder_32f_C3R(src.ptr<float>(), int(src.step), ours.ptr<float>(),
-                                                   int(ours.step), {W, H}, zero, s, buffer.data()),
+        ASSERT_EQ(zepiFilterGaussianBorder_32f_C3R(src.ptr<float>(), int(src.step), ours.ptr<float>(), int(ours.step),
+                                                   {W, H}, zero, s, buffer.data()),
                   zepStsOk);
         const auto* taps = reinterpret_cast<const float*>(zep::filter::specTaps(spec.data()));
         cv::Mat kernel(1, k, CV_32F, const_cast<float*>(taps));

@@ -9,11 +9,10 @@
 // builds report once inlined into this file.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 
-#include <opencv2/imgproc.hpp>
-
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <opencv2/imgproc.hpp>
 
 #include "filter/filter_support.h"
 #include "filter/pipeline_checks.h"
@@ -27,8 +26,8 @@ using zt::Image;
 constexpr uint32_t kBorders[] = {1, 3, 6, 0x41, 0x83, 0xC6, 0xF0, 0xF1, 0xB3, 0x76};
 
 template <class Src, class Dst, class Tap>
-using RowFn = std::function<ZepStatus(const Src*, int, Dst**, ImageSize, const Tap*, int, int, uint32_t,
-                                      const Src*, int, uint8_t*)>;
+using RowFn = std::function<ZepStatus(const Src*, int, Dst**, ImageSize, const Tap*, int, int, uint32_t, const Src*,
+                                      int, uint8_t*)>;
 
 // Taps for a pass: small, moderate, or large enough to leave the 32-bit path.
 template <class Tap>
@@ -79,10 +78,11 @@ void expectRowAgrees(const char* name, RowFn<Src, Dst, Tap> exported) {
                               first, src.step(), rowsTheirs.data(), {w, h}, taps.data(), k, anchor, border, value,
                               divisor, buffer)),
                           zepStsOk);
-                if constexpr (std::is_floating_point_v<Dst>) zt::canonicalizeNaNs(ours.canvas), zt::canonicalizeNaNs(theirs);
+                if constexpr (std::is_floating_point_v<Dst>)
+                    zt::canonicalizeNaNs(ours.canvas), zt::canonicalizeNaNs(theirs);
                 ASSERT_EQ(zt::firstDifference(ours.canvas, theirs), -1)
-                    << name << " w " << w << " k " << k << " anchor " << anchor << " border " << border
-                    << " divisor " << divisor << " scale " << scale;
+                    << name << " w " << w << " k " << k << " anchor " << anchor << " border " << border << " divisor "
+                    << divisor << " scale " << scale;
                 ASSERT_EQ(zt::firstGuardChange(ours.canvas, before), -1) << name << " w " << w;
             }
         }
@@ -166,7 +166,8 @@ void expectColumnAgrees(const char* name, ColumnFn<Src, Dst, Tap> exported) {
                           rows.data(), reinterpret_cast<Dst*>(theirs.first()), ours.step(), {w, h}, taps.data(), k,
                           divisor, buffer)),
                       zepStsOk);
-            if constexpr (std::is_floating_point_v<Dst>) zt::canonicalizeNaNs(ours.canvas), zt::canonicalizeNaNs(theirs);
+            if constexpr (std::is_floating_point_v<Dst>)
+                zt::canonicalizeNaNs(ours.canvas), zt::canonicalizeNaNs(theirs);
             ASSERT_EQ(zt::firstDifference(ours.canvas, theirs), -1)
                 << name << " w " << w << " k " << k << " divisor " << divisor << " scale " << scale;
             ASSERT_EQ(zt::firstGuardChange(ours.canvas, before), -1) << name << " w " << w;
@@ -221,7 +222,8 @@ TEST(PipelineRules, RowBordersAtBothEnds) {
     float out[4];
     float* rows[1] = {out};
     uint8_t buf[8];
-    ASSERT_EQ(zepiFilterRowBorderPipeline_32f_C1R(row, 16, rows, {4, 1}, taps, 3, 1, zepBorderRepl, 0, buf), zepStsOk);
+    ASSERT_EQ(zepiFilterRowBorderPipeline_32f_C1R(row, 16, rows, {4, 1}, taps, 3, 1, zepBorderRepl, 0, buf),
+              zepStsOk);
     EXPECT_EQ(out[0], 211.0f);
     EXPECT_EQ(out[3], 443.0f);
     ASSERT_EQ(zepiFilterRowBorderPipeline_32f_C1R(row, 16, rows, {4, 1}, taps, 3, 1, zepBorderMirror, 0, buf),
@@ -338,10 +340,10 @@ std::vector<ft::Breaker<RowArgs>> rowBreakers(bool c3, bool divisorEarly, bool p
     if (c3) b.push_back({"null border value", 6, [](RowArgs& a) { a.value = nullptr; }, zepStsNullPointer});
     b.push_back({"zero kernel size", 7, [](RowArgs& a) { a.k = 0, a.anchor = 0; }, zepStsBadSize});
     b.push_back({"anchor = kernel size", 8, [](RowArgs& a) { a.anchor = a.k; }, zepStsBadAnchor});
-    b.push_back({"short step", 9, [c3, byteSource](RowArgs& a) { a.srcStep = a.roi.width * (c3 ? 3 : 1) * (byteSource ? 1 : 2) - 1; },
+    b.push_back({"short step", 9,
+                 [c3, byteSource](RowArgs& a) { a.srcStep = a.roi.width * (c3 ? 3 : 1) * (byteSource ? 1 : 2) - 1; },
                  zepStsBadStep});
-    if (!byteSource)
-        b.push_back({"odd step", 9, [](RowArgs& a) { a.srcStep += 1; }, zepStsStepNotMultiple});
+    if (!byteSource) b.push_back({"odd step", 9, [](RowArgs& a) { a.srcStep += 1; }, zepStsStepNotMultiple});
     const B divisor{"zero divisor", 10, [](RowArgs& a) { a.divisor = 0; }, zepStsBadArg};
     if (divisorEarly) b.push_back(divisor);
     if (positive) b.push_back({"divisor -1", 10, [](RowArgs& a) { a.divisor = -1; }, zepStsBadArg});
@@ -379,8 +381,18 @@ void rowOrder(const char* name, bool early, bool positive) {
     const int16_t taps[3] = {1, 2, 1};
     const int16_t value[3] = {0, 0, 0};
     uint8_t buffer[512];
-    RowArgs valid{reinterpret_cast<const int16_t*>(src.data()), src.step(), rows.data(), {6, 4}, taps, 3, 1, 1,
-                  value, 4, buffer, -1};
+    RowArgs valid{reinterpret_cast<const int16_t*>(src.data()),
+                  src.step(),
+                  rows.data(),
+                  {6, 4},
+                  taps,
+                  3,
+                  1,
+                  1,
+                  value,
+                  4,
+                  buffer,
+                  -1};
     std::function<ZepStatus(RowArgs&)> call = callRow<Src, Dst, F, C3>;
     ft::expectOrder<RowArgs>(name, valid, call, rowBreakers(C3, early, positive, sizeof(Src) == 1), {&dst.canvas});
 }
@@ -409,7 +421,8 @@ TEST(PipelineChecks, DeliberateDifferencesBetweenSiblings) {
     // Border type 2 with divisor 0: the late-divisor forms report the border.
     EXPECT_EQ(zepiFilterRowBorderPipeline_8u16s_C1R(src.data(), 24, rows, {8, 1}, taps, 3, 1, 2, 0, 0, buf),
               zepStsBadBorder);
-    EXPECT_EQ(zepiFilterRowBorderPipeline_16s_C3R(s16, 48, rows, {4, 1}, taps, 3, 1, 2, v16, 0, buf), zepStsBadBorder);
+    EXPECT_EQ(zepiFilterRowBorderPipeline_16s_C3R(s16, 48, rows, {4, 1}, taps, 3, 1, 2, v16, 0, buf),
+              zepStsBadBorder);
     EXPECT_EQ(zepiFilterRowBorderPipeline_8u16s_C3R(src.data(), 24, rows, {8, 1}, taps, 3, 1, 2, v8, 0, buf),
               zepStsBadArg);
     EXPECT_EQ(zepiFilterRowBorderPipeline_16s_C1R(s16, 48, rows, {4, 1}, taps, 3, 1, 2, 0, 0, buf), zepStsBadArg);

@@ -2,15 +2,13 @@
 // argument checks, agreement of the 16s and 32f forms, and OpenCV's
 // getDerivKernels (its ksize-1 kernels are the same binomial differences).
 #include <gtest/gtest.h>
-
-#include <opencv2/imgproc.hpp>
+#include <zepcore.h>
+#include <zepcv.h>
 
 #include <cmath>
 #include <numeric>
+#include <opencv2/imgproc.hpp>
 #include <vector>
-
-#include <zepcore.h>
-#include <zepcv.h>
 
 namespace {
 
