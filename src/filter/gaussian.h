@@ -1,0 +1,119 @@
+// Gaussian filter: the spec (kernel and border), the size formulas, and the
+// band driver that runs the row pass into a ring of intermediate rows in the
+// work buffer and the column pass from the ring into the destination.
+#pragma once
+
+#include <cmath>
+#include <cstring>
+
+#include "filter/pipeline.h"
+
+namespace zep::filter {
+
+// The spec's fixed fields, in order; the taps follow from the first 16-byte
+// aligned position behind them (16-bit integers, or floats for 32f).
+struct GaussianHeader {
+    int32_t kernelSize;
+    int32_t dataType;
+    int32_t channels;
+    uint32_t borderType;
+    int32_t shift;  // fractional bits of the integer taps; the divisor is 1 << shift
+};
+constexpr int64_t kHeaderBytes = 20;
+
+inline uint8_t* specTaps(void* spec) {
+    const uintptr_t a = (reinterpret_cast<uintptr_t>(spec) + kHeaderBytes + 15) & ~uintptr_t{15};
+    return reinterpret_cast<uint8_t*>(a);
+}
+inline const uint8_t* specTaps(const void* spec) { return specTaps(const_cast<void*>(spec)); }
+
+inline bool gaussianDataType(int t) { return t == zep8u || t == zep16u || t == zep16s || t == zep32f; }
+inline bool gaussianKernelSize(uint32_t k) { return k >= 3 && (k & 1); }
+inline bool gaussianBorder(uint32_t type, Border& b) {
+    return decodeBorder(type, 255, bases({zepBorderRepl, zepBorderMirror, zepBorderConst}), b);
+}
+
+// Spec sizes: 16k + 36 for the integer types, 32k + 32 for 32f.
+inline uint32_t gaussianSpecSize(uint32_t k, int dataType) { return dataType == zep32f ? 32 * k + 32 : 16 * k + 36; }
+
+// The work-buffer size of the 32-bit functions (32-bit arithmetic).
+uint32_t gaussianBufferSize(uint32_t W, uint32_t H, uint32_t k, int dataType, int n);
+
+// Writes the header and taps: g_i = exp(-(i^2) * (1 / (sigma * (sigma + sigma)))) in
+// single precision, S their sum in order, tap = g / S (32f) or
+// trunc((double)((g / S) * 2^shift) + 0.5).
+void gaussianInit(void* spec, uint32_t k, float sigma, uint32_t borderType, int dataType, int channels);
+
+// Where a band of output rows is computed from: the ring of intermediate rows.
+struct GaussianLayout {
+    int64_t strip;     // output rows per band
+    int64_t ringRows;  // strip + k - 1
+    int64_t ringStep;  // bytes between ring rows
+    uint8_t* ring;
+    uint8_t* constRow;  // one source row of the border value
+    const void** rowPointers;
+    uint8_t* staging;  // one destination row, for streamed output (or null)
+};
+
+// The buffer regions for a W x H image of n channels with band height `strip`.
+// Returns the bytes used from `buffer` (including the alignment of its start).
+int64_t gaussianLayout(uint8_t* buffer, int64_t W, int64_t k, int64_t n, int64_t strip, int64_t interBytes,
+                       int64_t srcBytes, int64_t dstBytes, bool staging, GaussianLayout& out);
+
+// Copies one row to memory with streaming stores for its 64-byte-aligned middle.
+void streamRow(uint8_t* dst, const uint8_t* src, int64_t bytes);
+
+// The filter over the whole image. Src and Dst share the element type; Inter
+// is the ring's element type, Tap the spec's tap type.
+template <Path P, class Src, class Inter, class Tap, int Ch>
+void gaussianRun(const Src* src, int64_t srcStep, Src* dst, int64_t dstStep, int64_t W, int64_t H, const Src* value,
+                 const Border& border, const Tap* taps, int k, int divisor, const GaussianLayout& lay) {
+    const int r = k / 2;
+    const int64_t E = W * Ch;
+    auto srcRow = [&](int64_t i) -> const Src* {
+        auto at = [&](int64_t y) {
+            return reinterpret_cast<const Src*>(reinterpret_cast<const char*>(src) + y * srcStep);
+        };
+        if (i >= 0 && i < H) return at(i);
+        if ((i < 0 && border.inMemTop) || (i >= H && border.inMemBottom)) return at(i);
+        if (border.base == zepBorderConst) return reinterpret_cast<const Src*>(lay.constRow);
+        return at(borderIndex(i, H, border.base));
+    };
+    if (border.base == zepBorderConst) {
+        Src* c = reinterpret_cast<Src*>(lay.constRow);
+        for (int64_t e = 0; e < E; ++e) c[e] = value[e % Ch];
+    }
+    Border constBorder = border;  // the border-value rows are constant beyond their ends as well
+    constBorder.inMemLeft = constBorder.inMemRight = false;
+    auto ringRow = [&](int64_t i) {
+        return reinterpret_cast<Inter*>(lay.ring + ((i + r) % lay.ringRows) * lay.ringStep);
+    };
+    int64_t next = -r;  // the next intermediate row to compute
+    for (int64_t y0 = 0; y0 < H; y0 += lay.strip) {
+        const int64_t nb = H - y0 < lay.strip ? H - y0 : lay.strip;
+        for (; next <= y0 + nb - 1 + r; ++next) {
+            const Src* row = srcRow(next);
+            const bool synthetic = reinterpret_cast<const uint8_t*>(row) == lay.constRow;
+            const RowPass<Src, Tap> pass{
+                row, 0, ImageSize{int32_t(W), 1}, taps, k, r, synthetic ? constBorder : border, value, divisor};
+            Inter* out = ringRow(next);
+            rowPass<P, Src, Inter, Tap, Ch>(pass, &out);
+        }
+        const Inter** ptrs = reinterpret_cast<const Inter**>(lay.rowPointers);
+        for (int64_t j = 0; j < nb + k - 1; ++j) ptrs[j] = ringRow(y0 - r + j);
+        Src* out = reinterpret_cast<Src*>(reinterpret_cast<char*>(dst) + y0 * dstStep);
+        if (!lay.staging) {
+            const ColumnPass<Inter, Tap> pass{ptrs, dstStep, E, nb, taps, k, divisor};
+            columnPass<P, Inter, Src, Tap>(pass, out);
+        } else {
+            for (int64_t y = 0; y < nb; ++y) {
+                const ColumnPass<Inter, Tap> pass{ptrs + y, 0, E, 1, taps, k, divisor};
+                columnPass<P, Inter, Src, Tap>(pass, reinterpret_cast<Src*>(lay.staging));
+                streamRow(reinterpret_cast<uint8_t*>(out) + y * dstStep, lay.staging, E * int64_t(sizeof(Src)));
+            }
+        }
+    }
+    if (lay.staging) _mm_sfence();
+}
+
+}  // namespace zep::filter

@@ -1,0 +1,458 @@
+// Separable pipeline filters: the row pass (source rows -> rows addressed by
+// pointers, horizontal border synthesised or read from memory) and the column
+// pass (rows addressed by pointers -> strided image). Each pass has a scalar
+// definition, used for the row heads and tails and as the reference of the
+// vector blocks, which must agree with it bit for bit.
+//
+// Integer arithmetic. The integer row passes and the 16u column pass compute
+// the weighted sum exactly and round sum / divisor to nearest, ties to even,
+// then saturate. The vector blocks reach the same result in one of two ways,
+// chosen per call from the taps:
+//  - |divisor| a power of two 2^s (s <= 30) and sum|tap| * max|value| <= 2^30:
+//    the sum in 32-bit lanes (it cannot overflow), then (v + 2^(s-1) - 1 +
+//    ((v >> s) & 1)) >> s, which is round-half-to-even of v / 2^s for every
+//    integer v (the added odd bit turns a tie upwards exactly when the
+//    truncated quotient is odd);
+//  - otherwise, while sum|tap| * max|value| < 2^52: the sum in double lanes
+//    (every product and partial sum is an integer below 2^53, so exact), one
+//    correctly rounded division and round-to-nearest-even. The rounded
+//    quotient q' differs from the true q = sum / d by at most |q| * 2^-53, and
+//    a non-tie q lies at least 1 / (2 |d|) >= 2^-32 from the nearest
+//    half-integer; for |q| < 2^20 the rounding therefore cannot cross a tie
+//    and a tie itself is exact, and |q| >= 2^20 saturates either way.
+//  - beyond that bound the row runs the scalar definition (64-bit sums).
+// The column pass from 16s computes in single precision as documented in the
+// public header; kernels with sum|tap| >= 65535 go through the exact integer
+// path instead (the documented Σ/divisor rounded to nearest and saturated).
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <type_traits>
+
+#include "core/border.h"
+#include "core/export.h"
+#include "core/image.h"
+#include "core/simd.h"
+
+namespace zep::filter {
+
+// ---- Scalar helpers ----
+
+// round(n / d) to nearest, ties to even, exactly (d != 0).
+inline int64_t roundDivEven(int64_t n, int64_t d) {
+    if (d < 0) n = -n, d = -d;
+    int64_t q = n / d, r = n % d;
+    if (r < 0) q -= 1, r += d;  // floor division: n = q * d + r, 0 <= r < d
+    if (2 * r > d || (2 * r == d && (q & 1))) q += 1;
+    return q;
+}
+
+template <class D>
+constexpr int64_t lowest() {
+    return std::numeric_limits<D>::lowest();
+}
+template <class D>
+constexpr int64_t highest() {
+    return std::numeric_limits<D>::max();
+}
+template <class D>
+inline D saturate(int64_t v) {
+    return static_cast<D>(v < lowest<D>() ? lowest<D>() : v > highest<D>() ? highest<D>() : v);
+}
+// The largest magnitude of a source element.
+template <class S>
+constexpr int64_t maxAbs() {
+    return std::is_same_v<S, uint8_t> ? 255 : std::is_same_v<S, int16_t> ? 32768 : 65535;
+}
+
+// Round to nearest, ties to even, independent of the current rounding mode.
+inline int32_t roundEven(float v) {
+    return _mm_cvt_roundss_si32(_mm_set_ss(v), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+}
+
+// ---- Vector helpers: 16 elements as int32 lanes, 8 as double lanes ----
+
+inline __m512i load16(const uint8_t* p, __mmask16 m) { return _mm512_cvtepu8_epi32(_mm_maskz_loadu_epi8(m, p)); }
+inline __m512i load16(const int16_t* p, __mmask16 m) { return _mm512_cvtepi16_epi32(_mm256_maskz_loadu_epi16(m, p)); }
+inline __m512i load16(const uint16_t* p, __mmask16 m) {
+    return _mm512_cvtepu16_epi32(_mm256_maskz_loadu_epi16(m, p));
+}
+inline __m512d load8d(const uint8_t* p, __mmask8 m) {
+    return _mm512_cvtepi32_pd(_mm256_cvtepu8_epi32(_mm_maskz_loadu_epi8(m, p)));
+}
+inline __m512d load8d(const int16_t* p, __mmask8 m) {
+    return _mm512_cvtepi32_pd(_mm256_cvtepi16_epi32(_mm_maskz_loadu_epi16(m, p)));
+}
+inline __m512d load8d(const uint16_t* p, __mmask8 m) {
+    return _mm512_cvtepi32_pd(_mm256_cvtepu16_epi32(_mm_maskz_loadu_epi16(m, p)));
+}
+// Stores of lanes already inside the range of the destination type.
+inline void store16(int16_t* p, __mmask16 m, __m512i v) { _mm256_mask_storeu_epi16(p, m, _mm512_cvtepi32_epi16(v)); }
+inline void store16(uint16_t* p, __mmask16 m, __m512i v) { _mm256_mask_storeu_epi16(p, m, _mm512_cvtepi32_epi16(v)); }
+inline void store16(uint8_t* p, __mmask16 m, __m512i v) { _mm_mask_storeu_epi8(p, m, _mm512_cvtepi32_epi8(v)); }
+inline void store16(int8_t* p, __mmask16 m, __m512i v) { _mm_mask_storeu_epi8(p, m, _mm512_cvtepi32_epi8(v)); }
+inline void store8(int16_t* p, __mmask8 m, __m256i v) { _mm_mask_storeu_epi16(p, m, _mm256_cvtepi32_epi16(v)); }
+inline void store8(uint16_t* p, __mmask8 m, __m256i v) { _mm_mask_storeu_epi16(p, m, _mm256_cvtepi32_epi16(v)); }
+inline void store8(uint8_t* p, __mmask8 m, __m256i v) { _mm_mask_storeu_epi8(p, m, _mm256_cvtepi32_epi8(v)); }
+inline void store8(int8_t* p, __mmask8 m, __m256i v) { _mm_mask_storeu_epi8(p, m, _mm256_cvtepi32_epi8(v)); }
+
+// How the vector blocks of an integer pass compute, chosen per call.
+enum class IntMode { scalar, shift32, exact64 };
+
+struct IntPlan {
+    IntMode mode = IntMode::scalar;
+    int shift = 0;        // shift32: |divisor| = 1 << shift
+    bool negate = false;  // shift32: divisor < 0
+};
+
+template <class Src, class Tap>
+IntPlan planInteger(const Tap* taps, int k, int divisor) {
+    int64_t sumAbs = 0;
+    for (int j = 0; j < k; ++j) sumAbs += std::llabs(static_cast<int64_t>(taps[j]));
+    const int64_t bound = sumAbs * maxAbs<Src>();
+    const uint64_t ad = divisor < 0 ? uint64_t(-int64_t(divisor)) : uint64_t(divisor);
+    IntPlan plan;
+    if ((ad & (ad - 1)) == 0 && ad <= (uint64_t{1} << 30) && bound <= (int64_t{1} << 30)) {
+        plan.mode = IntMode::shift32;
+        plan.shift = __builtin_ctzll(ad);
+        plan.negate = divisor < 0;
+    } else if (bound < (int64_t{1} << 52)) {
+        plan.mode = IntMode::exact64;
+    }
+    return plan;
+}
+
+// Taps are broadcast once per call for the fixed kernel sizes, per use otherwise.
+
+// Loop-invariant vectors of the shift32 mode.
+struct ShiftConstants {
+    __m128i count;
+    __m512i bias, one, lo, hi;
+    bool shifts, negate;
+};
+
+template <class Dst>
+inline ShiftConstants shiftConstants(const IntPlan& plan) {
+    const int s = plan.shift > 0 ? plan.shift : 1;
+    return {_mm_cvtsi32_si128(plan.shift),
+            _mm512_set1_epi32((1 << (s - 1)) - 1),
+            _mm512_set1_epi32(1),
+            _mm512_set1_epi32(int32_t(lowest<Dst>())),
+            _mm512_set1_epi32(int32_t(highest<Dst>())),
+            plan.shift > 0,
+            plan.negate};
+}
+
+// One block of n <= 16 integer outputs: sum over taps of taps[j] * at(j)[lane],
+// divided, rounded and saturated as the plan's mode M says; stored to out.
+template <IntMode M, int K, class Src, class Dst, class Tap, class At>
+inline void integerBlock(const ShiftConstants& sc, const Tap* taps, int k, const __m512i* tapsI, const __m512d* tapsD,
+                         double divisor, At at, Dst* out, int n) {
+    const int count = K > 0 ? K : k;
+    if constexpr (M == IntMode::shift32) {
+        const __mmask16 m = simd::firstLanes16(n);
+        auto tap = [&](int j) { return K > 0 ? tapsI[j] : _mm512_set1_epi32(taps[j]); };
+        __m512i acc = _mm512_mullo_epi32(tap(0), load16(at(0), m));
+        for (int j = 1; j < count; ++j) acc = _mm512_add_epi32(acc, _mm512_mullo_epi32(tap(j), load16(at(j), m)));
+        if (sc.shifts) {  // round-half-to-even of acc / 2^s (see the file comment)
+            const __m512i odd = _mm512_and_si512(_mm512_maskz_sra_epi32(0xFFFF, acc, sc.count), sc.one);
+            acc = _mm512_maskz_sra_epi32(0xFFFF, _mm512_add_epi32(_mm512_add_epi32(acc, sc.bias), odd), sc.count);
+        }
+        if (sc.negate) acc = _mm512_sub_epi32(_mm512_setzero_si512(), acc);
+        acc = _mm512_min_epi32(_mm512_max_epi32(acc, sc.lo), sc.hi);
+        store16(out, m, acc);
+    } else {
+        const __m512d d = _mm512_set1_pd(divisor);
+        const __m512d lo = _mm512_set1_pd(double(lowest<Dst>())), hi = _mm512_set1_pd(double(highest<Dst>()));
+        auto tap = [&](int j) { return K > 0 ? tapsD[j] : _mm512_set1_pd(double(taps[j])); };
+        for (int half = 0; half < n; half += 8) {
+            const int left = n - half < 8 ? n - half : 8;
+            const __mmask8 m = static_cast<__mmask8>((1u << left) - 1u);
+            __m512d acc = _mm512_mul_pd(tap(0), load8d(at(0) + half, m));
+            for (int j = 1; j < count; ++j) acc = _mm512_add_pd(acc, _mm512_mul_pd(tap(j), load8d(at(j) + half, m)));
+            __m512d q = _mm512_roundscale_pd(_mm512_div_pd(acc, d), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+            q = _mm512_min_pd(_mm512_max_pd(q, lo), hi);
+            store8(out + half, m, _mm512_cvtpd_epi32(q));
+        }
+    }
+}
+
+template <int K, class Tap>
+inline void broadcastTaps(const Tap* taps, __m512i* tapsI, __m512d* tapsD) {
+    for (int j = 0; j < K; ++j) {
+        tapsI[j] = _mm512_set1_epi32(taps[j]);
+        tapsD[j] = _mm512_set1_pd(double(taps[j]));
+    }
+}
+
+// ---- Row pass ----
+
+template <class Src, class Tap>
+struct RowPass {
+    const Src* src;
+    int64_t srcStep;
+    ImageSize roi;
+    const Tap* taps;
+    int k;
+    int anchor;
+    Border border;
+    const Src* value;  // one per channel (constant border)
+    int divisor;       // integer variants
+};
+
+// ext(i) of channel c of a source row: the pixel, a synthesised border pixel,
+// or the memory beyond the region where the border's flag says it is valid.
+template <class Src, int Ch>
+inline Src extended(const Src* row, int64_t i, int c, int64_t width, const Border& b, const Src* value) {
+    const bool inside = (i >= 0 && i < width) || (i < 0 && b.inMemLeft) || (i >= width && b.inMemRight);
+    if (inside) return row[i * Ch + c];
+    if (b.base == zepBorderConst) return value[c];
+    return row[borderIndex(i, width, b.base) * Ch + c];
+}
+
+// The definition of element e (pixel e / Ch, channel e % Ch) of an integer row pass.
+template <class Src, class Dst, class Tap, int Ch>
+inline Dst rowElementInt(const RowPass<Src, Tap>& p, const Src* row, int64_t e) {
+    const int64_t x = e / Ch;
+    const int c = static_cast<int>(e % Ch);
+    int64_t sum = 0;
+    for (int j = 0; j < p.k; ++j)
+        sum += int64_t(p.taps[j]) * extended<Src, Ch>(row, x + j - p.anchor, c, p.roi.width, p.border, p.value);
+    return saturate<Dst>(roundDivEven(sum, p.divisor));
+}
+
+// The definition for 32f: the products summed in tap order.
+template <int Ch>
+inline float rowElementFloat(const RowPass<float, float>& p, const float* row, int64_t e) {
+    const int64_t x = e / Ch;
+    const int c = static_cast<int>(e % Ch);
+    float sum = p.taps[0] * extended<float, Ch>(row, x - p.anchor, c, p.roi.width, p.border, p.value);
+    for (int j = 1; j < p.k; ++j)
+        sum = sum + p.taps[j] * extended<float, Ch>(row, x + j - p.anchor, c, p.roi.width, p.border, p.value);
+    return sum;
+}
+
+// The elements whose kernel span stays inside the row: [lo, hi).
+template <class Src, class Tap, int Ch>
+inline void interior(const RowPass<Src, Tap>& p, int64_t& lo, int64_t& hi) {
+    lo = int64_t{p.anchor} * Ch;
+    hi = (int64_t{p.roi.width} - p.k + p.anchor + 1) * Ch;
+    if (hi < lo) hi = lo;
+}
+
+template <Path P, int K, class Src, class Dst, class Tap, int Ch>
+void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
+    const IntPlan plan = P == Path::vector ? planInteger<Src>(p.taps, p.k, p.divisor) : IntPlan{};
+    __m512i ti[K > 0 ? K : 1] = {};
+    __m512d td[K > 0 ? K : 1] = {};
+    if constexpr (K > 0) broadcastTaps<K>(p.taps, ti, td);
+    const ShiftConstants sc = shiftConstants<Dst>(plan);
+    const int64_t E = int64_t{p.roi.width} * Ch;
+    int64_t lo = E, hi = E;
+    if (plan.mode != IntMode::scalar) interior<Src, Tap, Ch>(p, lo, hi);
+    for (int y = 0; y < p.roi.height; ++y) {
+        const Src* row = reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
+        Dst* out = dst[y];
+        const int64_t head = lo < E ? lo : E;
+        for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+        auto interiorLoop = [&]<IntMode M>() {
+            for (int64_t e = lo; e < hi; e += 16) {
+                const Src* base = row + e - int64_t{p.anchor} * Ch;
+                integerBlock<M, K, Src, Dst>(
+                    sc, p.taps, p.k, ti, td, double(p.divisor), [&](int j) { return base + j * Ch; }, out + e,
+                    hi - e < 16 ? int(hi - e) : 16);
+            }
+        };
+        if (plan.mode == IntMode::shift32)
+            interiorLoop.template operator()<IntMode::shift32>();
+        else
+            interiorLoop.template operator()<IntMode::exact64>();
+        for (int64_t e = hi > head ? hi : head; e < E; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+    }
+}
+
+template <Path P, int K, int Ch>
+void rowPassFloat(const RowPass<float, float>& p, float* const* dst) {
+    __m512 tv[K > 0 ? K : 1] = {};
+    if constexpr (K > 0)
+        for (int j = 0; j < K; ++j) tv[j] = _mm512_set1_ps(p.taps[j]);
+    auto tap = [&](int j) { return K > 0 ? tv[j] : _mm512_set1_ps(p.taps[j]); };
+    const int count = K > 0 ? K : p.k;
+    const int64_t E = int64_t{p.roi.width} * Ch;
+    int64_t lo = E, hi = E;
+    if (P == Path::vector) interior<float, float, Ch>(p, lo, hi);
+    for (int y = 0; y < p.roi.height; ++y) {
+        const float* row = reinterpret_cast<const float*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
+        float* out = dst[y];
+        const int64_t head = lo < E ? lo : E;
+        for (int64_t e = 0; e < head; ++e) out[e] = rowElementFloat<Ch>(p, row, e);
+        for (int64_t e = lo; e < hi; e += 16) {
+            const __mmask16 m = simd::firstLanes16(hi - e < 16 ? int(hi - e) : 16);
+            const float* base = row + e - int64_t{p.anchor} * Ch;
+            __m512 acc = _mm512_mul_ps(tap(0), _mm512_maskz_loadu_ps(m, base));
+            for (int j = 1; j < count; ++j)
+                acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), _mm512_maskz_loadu_ps(m, base + j * Ch)));
+            _mm512_mask_storeu_ps(out + e, m, acc);
+        }
+        for (int64_t e = hi > head ? hi : head; e < E; ++e) out[e] = rowElementFloat<Ch>(p, row, e);
+    }
+}
+
+// Runs the row pass with the kernel specialised for sizes 3 and 5.
+template <Path P, class Src, class Dst, class Tap, int Ch>
+void rowPass(const RowPass<Src, Tap>& p, Dst* const* dst) {
+    if constexpr (std::is_same_v<Src, float>) {
+        if (p.k == 3) return rowPassFloat<P, 3, Ch>(p, dst);
+        if (p.k == 5) return rowPassFloat<P, 5, Ch>(p, dst);
+        return rowPassFloat<P, 0, Ch>(p, dst);
+    } else {
+        if (p.k == 3) return rowPassInt<P, 3, Src, Dst, Tap, Ch>(p, dst);
+        if (p.k == 5) return rowPassInt<P, 5, Src, Dst, Tap, Ch>(p, dst);
+        return rowPassInt<P, 0, Src, Dst, Tap, Ch>(p, dst);
+    }
+}
+
+// ---- Column pass ----
+
+template <class Src, class Tap>
+struct ColumnPass {
+    const Src* const* rows;  // height + k - 1 rows
+    int64_t dstStep;
+    int64_t elements;  // width * channels
+    int64_t height;
+    const Tap* taps;
+    int k;
+    int divisor;
+};
+
+// Whether the 16s column pass runs in single precision (else exactly in integers).
+template <class Tap>
+inline bool singlePrecisionColumn(const Tap* taps, int k) {
+    double sumAbs = 0;
+    for (int j = 0; j < k; ++j) sumAbs += std::fabs(double(taps[j]));
+    return sumAbs < 65535.0;
+}
+
+// A tap of the single-precision column pass: (tap * 2^-16) * (1 / divisor).
+inline float columnTap(int32_t tap, float reciprocal) { return (float(tap) * 0x1p-16f) * reciprocal; }
+
+// The definition of one element of the single-precision column pass.
+template <class Dst>
+inline Dst columnElementFloat(const int16_t* const* rows, int64_t e, const int16_t* taps, int k, float reciprocal) {
+    float sum = columnTap(taps[0], reciprocal) * float(int32_t(rows[0][e]) * 65536);
+    for (int j = 1; j < k; ++j) sum = sum + columnTap(taps[j], reciprocal) * float(int32_t(rows[j][e]) * 65536);
+    const float lo = float(lowest<Dst>()), hi = float(highest<Dst>());
+    sum = sum < lo ? lo : sum > hi ? hi : sum;
+    return saturate<Dst>(roundEven(sum));
+}
+
+template <Path P, int K, class Dst>
+void columnPassSingle(const ColumnPass<int16_t, int16_t>& p, Dst* dst) {
+    const float reciprocal = 1.0f / float(p.divisor);
+    __m512 tv[K > 0 ? K : 1] = {};
+    if constexpr (K > 0)
+        for (int j = 0; j < K; ++j) tv[j] = _mm512_set1_ps(columnTap(p.taps[j], reciprocal));
+    auto tap = [&](int j) { return K > 0 ? tv[j] : _mm512_set1_ps(columnTap(p.taps[j], reciprocal)); };
+    const int count = K > 0 ? K : p.k;
+    const __m512 lo = _mm512_set1_ps(float(lowest<Dst>())), hi = _mm512_set1_ps(float(highest<Dst>()));
+    for (int64_t y = 0; y < p.height; ++y) {
+        const int16_t* const* rows = p.rows + y;
+        Dst* out = reinterpret_cast<Dst*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
+        int64_t e = 0;
+        if constexpr (P == Path::vector) {
+            for (; e < p.elements; e += 16) {
+                const int n = p.elements - e < 16 ? int(p.elements - e) : 16;
+                const __mmask16 m = simd::firstLanes16(n);
+                auto value = [&](int j) { return _mm512_cvtepi32_ps(_mm512_slli_epi32(load16(rows[j] + e, m), 16)); };
+                __m512 acc = _mm512_mul_ps(tap(0), value(0));
+                for (int j = 1; j < count; ++j) acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), value(j)));
+                acc = _mm512_min_ps(_mm512_max_ps(acc, lo), hi);
+                store16(out + e, m, _mm512_cvt_roundps_epi32(acc, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+            }
+        }
+        for (; e < p.elements; ++e) out[e] = columnElementFloat<Dst>(rows, e, p.taps, p.k, reciprocal);
+    }
+}
+
+// The exact integer column pass (16u, and 16s kernels with sum|tap| >= 65535).
+template <Path P, int K, class Src, class Dst, class Tap>
+void columnPassInt(const ColumnPass<Src, Tap>& p, Dst* dst) {
+    const IntPlan plan = P == Path::vector ? planInteger<Src>(p.taps, p.k, p.divisor) : IntPlan{};
+    __m512i ti[K > 0 ? K : 1] = {};
+    __m512d td[K > 0 ? K : 1] = {};
+    if constexpr (K > 0) broadcastTaps<K>(p.taps, ti, td);
+    const ShiftConstants sc = shiftConstants<Dst>(plan);
+    for (int64_t y = 0; y < p.height; ++y) {
+        const Src* const* rows = p.rows + y;
+        Dst* out = reinterpret_cast<Dst*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
+        int64_t e = 0;
+        auto loop = [&]<IntMode M>() {
+            for (; e < p.elements; e += 16)
+                integerBlock<M, K, Src, Dst>(
+                    sc, p.taps, p.k, ti, td, double(p.divisor), [&](int j) { return rows[j] + e; }, out + e,
+                    p.elements - e < 16 ? int(p.elements - e) : 16);
+        };
+        if (plan.mode == IntMode::shift32)
+            loop.template operator()<IntMode::shift32>();
+        else if (plan.mode == IntMode::exact64)
+            loop.template operator()<IntMode::exact64>();
+        for (; e < p.elements; ++e) {
+            int64_t sum = 0;
+            for (int j = 0; j < p.k; ++j) sum += int64_t(p.taps[j]) * rows[j][e];
+            out[e] = saturate<Dst>(roundDivEven(sum, p.divisor));
+        }
+    }
+}
+
+template <Path P, int K>
+void columnPassFloat(const ColumnPass<float, float>& p, float* dst) {
+    __m512 tv[K > 0 ? K : 1] = {};
+    if constexpr (K > 0)
+        for (int j = 0; j < K; ++j) tv[j] = _mm512_set1_ps(p.taps[j]);
+    auto tap = [&](int j) { return K > 0 ? tv[j] : _mm512_set1_ps(p.taps[j]); };
+    const int count = K > 0 ? K : p.k;
+    for (int64_t y = 0; y < p.height; ++y) {
+        const float* const* rows = p.rows + y;
+        float* out = reinterpret_cast<float*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
+        int64_t e = 0;
+        if constexpr (P == Path::vector) {
+            for (; e < p.elements; e += 16) {
+                const __mmask16 m = simd::firstLanes16(p.elements - e < 16 ? int(p.elements - e) : 16);
+                __m512 acc = _mm512_mul_ps(tap(0), _mm512_maskz_loadu_ps(m, rows[0] + e));
+                for (int j = 1; j < count; ++j)
+                    acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), _mm512_maskz_loadu_ps(m, rows[j] + e)));
+                _mm512_mask_storeu_ps(out + e, m, acc);
+            }
+        }
+        for (; e < p.elements; ++e) {
+            float sum = p.taps[0] * rows[0][e];
+            for (int j = 1; j < p.k; ++j) sum = sum + p.taps[j] * rows[j][e];
+            out[e] = sum;
+        }
+    }
+}
+
+// Runs the column pass with the kernel specialised for sizes 3 and 5.
+template <Path P, class Src, class Dst, class Tap>
+void columnPass(const ColumnPass<Src, Tap>& p, Dst* dst) {
+    auto run = [&]<int K>() {
+        if constexpr (std::is_same_v<Src, float>) {
+            columnPassFloat<P, K>(p, dst);
+        } else if constexpr (std::is_same_v<Src, int16_t>) {
+            if (singlePrecisionColumn(p.taps, p.k))
+                columnPassSingle<P, K, Dst>(p, dst);
+            else
+                columnPassInt<P, K, Src, Dst, Tap>(p, dst);
+        } else {
+            columnPassInt<P, K, Src, Dst, Tap>(p, dst);
+        }
+    };
+    if (p.k == 3) return run.template operator()<3>();
+    if (p.k == 5) return run.template operator()<5>();
+    run.template operator()<0>();
+}
+
+}  // namespace zep::filter

@@ -1,0 +1,528 @@
+// Pipeline filters: vector kernels against the scalar definition over widths,
+// kernel sizes, anchors, borders (with real pixels beyond the region where an
+// in-memory flag says so) and divisors; worked rounding, saturation and border
+// examples; buffer-size formulas; check orders; OpenCV's sepFilter2D.
+#include <gtest/gtest.h>
+
+// The scalar definitions are instantiated here from the library's kernel
+// headers; GCC's AVX-512 intrinsics build "undefined" vectors that debug
+// builds report once inlined into this file.
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <opencv2/imgproc.hpp>
+
+#include "filter/filter_support.h"
+#include "filter/pipeline_checks.h"
+
+namespace {
+
+using zep::Path;
+using zep::filter::DivisorCheck;
+using zt::Image;
+
+constexpr uint32_t kBorders[] = {1, 3, 6, 0x41, 0x83, 0xC6, 0xF0, 0xF1, 0xB3, 0x76};
+
+template <class Src, class Dst, class Tap>
+using RowFn = std::function<ZepStatus(const Src*, int, Dst**, ImageSize, const Tap*, int, int, uint32_t, const Src*,
+                                      int, uint8_t*)>;
+
+// Taps for a pass: small, moderate, or large enough to leave the 32-bit path.
+template <class Tap>
+std::vector<Tap> randomTaps(std::mt19937& rng, int k, int scale) {
+    std::vector<Tap> t(k);
+    for (auto& v : t) {
+        if constexpr (std::is_floating_point_v<Tap>)
+            v = std::uniform_real_distribution<float>(-1.0f, 1.0f)(rng);
+        else
+            v = static_cast<Tap>(static_cast<int>(rng() % (2 * scale + 1)) - scale);
+    }
+    return t;
+}
+
+template <class Src, class Dst, class Tap, int Ch, DivisorCheck DC>
+void expectRowAgrees(const char* name, RowFn<Src, Dst, Tap> exported) {
+    std::mt19937 rng(7);
+    const std::vector<int> divisors = DC == DivisorCheck::earlyPositive
+                                          ? std::vector<int>{1, 2, 4096, 3, 1000, 32768}
+                                          : std::vector<int>{1, 2, 4096, -16, 3, -7, 1000};
+    for (int w : {1, 2, 3, 5, 15, 16, 17, 33, 63, 64, 65, 200}) {
+        for (int k : {1, 2, 3, 4, 5, 7, 31}) {
+            for (uint32_t border : kBorders) {
+                const int anchor = std::vector<int>{0, k / 2, k - 1}[rng() % 3];
+                const int h = 2;
+                const bool memLeft = border & 0x40, memRight = border & 0x80;
+                const int margin = k;
+                Image<Src> src(rng, w + (memLeft ? margin : 0) + (memRight ? margin : 0), h, Ch, false);
+                const Src* first = src.data() + (memLeft ? margin * Ch : 0);
+                Image<Dst> ours(rng, w, h, Ch, false);
+                zt::Canvas theirs = ours.canvas;
+                const auto before = ours.canvas.bytes();
+                std::vector<Dst*> rowsOurs(h), rowsTheirs(h);
+                for (int y = 0; y < h; ++y) {
+                    rowsOurs[y] = ours.at(y);
+                    rowsTheirs[y] = reinterpret_cast<Dst*>(theirs.row(y));
+                }
+                const int scale = std::vector<int>{200, 4000, 32767}[rng() % 3];
+                const auto taps = randomTaps<Tap>(rng, k, scale);
+                const int divisor = divisors[rng() % divisors.size()];
+                Src value[3];
+                for (auto& v : value) v = zt::randomValue<Src>(rng, false);
+                uint8_t buffer[16];
+                ASSERT_EQ(exported(first, src.step(), rowsOurs.data(), {w, h}, taps.data(), k, anchor, border, value,
+                                   divisor, buffer),
+                          zepStsOk);
+                ASSERT_EQ((zep::filter::rowPipeline<Path::scalar, Src, Dst, Tap, Ch, DC>(
+                              first, src.step(), rowsTheirs.data(), {w, h}, taps.data(), k, anchor, border, value,
+                              divisor, buffer)),
+                          zepStsOk);
+                if constexpr (std::is_floating_point_v<Dst>)
+                    zt::canonicalizeNaNs(ours.canvas), zt::canonicalizeNaNs(theirs);
+                ASSERT_EQ(zt::firstDifference(ours.canvas, theirs), -1)
+                    << name << " w " << w << " k " << k << " anchor " << anchor << " border " << border << " divisor "
+                    << divisor << " scale " << scale;
+                ASSERT_EQ(zt::firstGuardChange(ours.canvas, before), -1) << name << " w " << w;
+            }
+        }
+    }
+}
+
+// The exports in the one calling form of the tests (border value by pointer, divisor always).
+template <class Src, class Dst, class V, auto F>
+ZepStatus rowCall(const Src* s, int st, Dst** d, ImageSize r, const int16_t* t, int k, int a, uint32_t b,
+                  const Src* v, int div, uint8_t* buf) {
+    if constexpr (std::is_pointer_v<V>)
+        return F(s, st, d, r, t, k, a, b, v, div, buf);
+    else
+        return F(s, st, d, r, t, k, a, b, v[0], div, buf);
+}
+template <class V, auto F>
+ZepStatus rowCall32f(const float* s, int st, float** d, ImageSize r, const float* t, int k, int a, uint32_t b,
+                     const float* v, int, uint8_t* buf) {
+    if constexpr (std::is_pointer_v<V>)
+        return F(s, st, d, r, t, k, a, b, v, buf);
+    else
+        return F(s, st, d, r, t, k, a, b, v[0], buf);
+}
+
+TEST(RowPipeline, VectorAgreesWithScalarDefinition) {
+    using P = const uint8_t*;
+    using Q = const int16_t*;
+    using U = const uint16_t*;
+    expectRowAgrees<uint8_t, int16_t, int16_t, 1, DivisorCheck::late>(
+        "8u16s_C1R", rowCall<uint8_t, int16_t, uint8_t, zepiFilterRowBorderPipeline_8u16s_C1R>);
+    expectRowAgrees<uint8_t, int16_t, int16_t, 3, DivisorCheck::early>(
+        "8u16s_C3R", rowCall<uint8_t, int16_t, P, zepiFilterRowBorderPipeline_8u16s_C3R>);
+    expectRowAgrees<int16_t, int16_t, int16_t, 1, DivisorCheck::early>(
+        "16s_C1R", rowCall<int16_t, int16_t, int16_t, zepiFilterRowBorderPipeline_16s_C1R>);
+    expectRowAgrees<int16_t, int16_t, int16_t, 3, DivisorCheck::late>(
+        "16s_C3R", rowCall<int16_t, int16_t, Q, zepiFilterRowBorderPipeline_16s_C3R>);
+    expectRowAgrees<int16_t, int16_t, int16_t, 1, DivisorCheck::early>(
+        "Low_16s_C1R", rowCall<int16_t, int16_t, int16_t, zepiFilterRowBorderPipeline_Low_16s_C1R>);
+    expectRowAgrees<int16_t, int16_t, int16_t, 3, DivisorCheck::early>(
+        "Low_16s_C3R", rowCall<int16_t, int16_t, Q, zepiFilterRowBorderPipeline_Low_16s_C3R>);
+    expectRowAgrees<uint16_t, uint16_t, int16_t, 1, DivisorCheck::earlyPositive>(
+        "16u_C1R", rowCall<uint16_t, uint16_t, uint16_t, zepiFilterRowBorderPipeline_16u_C1R>);
+    expectRowAgrees<uint16_t, uint16_t, int16_t, 3, DivisorCheck::earlyPositive>(
+        "16u_C3R", rowCall<uint16_t, uint16_t, U, zepiFilterRowBorderPipeline_16u_C3R>);
+    expectRowAgrees<float, float, float, 1, DivisorCheck::none>(
+        "32f_C1R", rowCall32f<float, zepiFilterRowBorderPipeline_32f_C1R>);
+    expectRowAgrees<float, float, float, 3, DivisorCheck::none>(
+        "32f_C3R", rowCall32f<const float*, zepiFilterRowBorderPipeline_32f_C3R>);
+}
+
+template <class Src, class Dst, class Tap>
+using ColumnFn = std::function<ZepStatus(const Src* const*, Dst*, int, ImageSize, const Tap*, int, int, uint8_t*)>;
+
+template <auto F>
+ZepStatus columnCall32f(const float* const* s, float* d, int st, ImageSize r, const float* t, int k, int,
+                        uint8_t* buf) {
+    return F(s, d, st, r, t, k, buf);
+}
+
+template <class Src, class Dst, class Tap, int Ch, bool HasDivisor>
+void expectColumnAgrees(const char* name, ColumnFn<Src, Dst, Tap> exported) {
+    std::mt19937 rng(11);
+    for (int w : zt::sweepWidths()) {
+        for (int k : {1, 2, 3, 4, 5, 7, 31}) {
+            const int h = 1 + int(rng() % 4);
+            Image<Src> src(rng, w, h + k - 1, Ch, !std::is_integral_v<Src>);
+            std::vector<const Src*> rows(h + k - 1);
+            for (int i = 0; i < h + k - 1; ++i) rows[i] = src.at(i);
+            std::shuffle(rows.begin(), rows.end(), rng);  // any row may stand anywhere
+            Image<Dst> ours(rng, w, h, Ch, false);
+            zt::Canvas theirs = ours.canvas;
+            const auto before = ours.canvas.bytes();
+            // Small taps (single precision for 16s), and large ones (the exact path).
+            const int scale = std::vector<int>{300, 9000, 32767}[rng() % 3];
+            const auto taps = randomTaps<Tap>(rng, k, scale);
+            const int divisor = std::vector<int>{1, 3, 4096, -5, 65536, 1 << 20, -100000}[rng() % 7];
+            uint8_t buffer[16];
+            ASSERT_EQ(exported(rows.data(), ours.data(), ours.step(), {w, h}, taps.data(), k, divisor, buffer),
+                      zepStsOk);
+            ASSERT_EQ((zep::filter::columnPipeline<Path::scalar, Src, Dst, Tap, Ch, HasDivisor>(
+                          rows.data(), reinterpret_cast<Dst*>(theirs.first()), ours.step(), {w, h}, taps.data(), k,
+                          divisor, buffer)),
+                      zepStsOk);
+            if constexpr (std::is_floating_point_v<Dst>)
+                zt::canonicalizeNaNs(ours.canvas), zt::canonicalizeNaNs(theirs);
+            ASSERT_EQ(zt::firstDifference(ours.canvas, theirs), -1)
+                << name << " w " << w << " k " << k << " divisor " << divisor << " scale " << scale;
+            ASSERT_EQ(zt::firstGuardChange(ours.canvas, before), -1) << name << " w " << w;
+        }
+    }
+}
+
+TEST(ColumnPipeline, VectorAgreesWithScalarDefinition) {
+    expectColumnAgrees<int16_t, int16_t, int16_t, 1, true>("16s_C1R", zepiFilterColumnPipeline_16s_C1R);
+    expectColumnAgrees<int16_t, int16_t, int16_t, 3, true>("16s_C3R", zepiFilterColumnPipeline_16s_C3R);
+    expectColumnAgrees<int16_t, uint8_t, int16_t, 1, true>("16s8u_C1R", zepiFilterColumnPipeline_16s8u_C1R);
+    expectColumnAgrees<int16_t, uint8_t, int16_t, 3, true>("16s8u_C3R", zepiFilterColumnPipeline_16s8u_C3R);
+    expectColumnAgrees<int16_t, int8_t, int16_t, 1, true>("16s8s_C1R", zepiFilterColumnPipeline_16s8s_C1R);
+    expectColumnAgrees<int16_t, int8_t, int16_t, 3, true>("16s8s_C3R", zepiFilterColumnPipeline_16s8s_C3R);
+    expectColumnAgrees<int16_t, int16_t, int16_t, 1, true>("Low_16s_C1R", zepiFilterColumnPipeline_Low_16s_C1R);
+    expectColumnAgrees<int16_t, int16_t, int16_t, 3, true>("Low_16s_C3R", zepiFilterColumnPipeline_Low_16s_C3R);
+    expectColumnAgrees<uint16_t, uint16_t, int16_t, 1, true>("16u_C1R", zepiFilterColumnPipeline_16u_C1R);
+    expectColumnAgrees<uint16_t, uint16_t, int16_t, 3, true>("16u_C3R", zepiFilterColumnPipeline_16u_C3R);
+    expectColumnAgrees<float, float, float, 1, false>("32f_C1R", columnCall32f<zepiFilterColumnPipeline_32f_C1R>);
+    expectColumnAgrees<float, float, float, 3, false>("32f_C3R", columnCall32f<zepiFilterColumnPipeline_32f_C3R>);
+}
+
+// ---- Rules: worked examples ----
+
+TEST(PipelineRules, IntegerRowRoundsTiesToEvenAndSaturates) {
+    const uint8_t src[6] = {1, 3, 5, 7, 255, 0};
+    int16_t out[6];
+    int16_t* rows[1] = {out};
+    const int16_t one = 1;
+    uint8_t buf[8];
+    // Kernel size 1: round(t * x / d): 0.5, 1.5, 2.5, 3.5 -> 0, 2, 2, 4.
+    ASSERT_EQ(zepiFilterRowBorderPipeline_8u16s_C1R(src, 6, rows, {6, 1}, &one, 1, 0, 1, 0, 2, buf), zepStsOk);
+    EXPECT_EQ(std::vector<int16_t>(out, out + 4), (std::vector<int16_t>{0, 2, 2, 4}));
+    // A negative divisor: -0.5, -1.5, -2.5, -3.5 -> 0, -2, -2, -4.
+    const int16_t s16[4] = {1, 3, 5, 7};
+    int16_t* rows16[1] = {out};
+    ASSERT_EQ(zepiFilterRowBorderPipeline_16s_C1R(s16, 8, rows16, {4, 1}, &one, 1, 0, 1, 0, -2, buf), zepStsOk);
+    EXPECT_EQ(std::vector<int16_t>(out, out + 4), (std::vector<int16_t>{0, -2, -2, -4}));
+    // 32767 * 255 saturates to 32767; -32768 * 255 to -32768.
+    const int16_t big[2] = {32767, -32768};
+    for (int t = 0; t < 2; ++t) {
+        ASSERT_EQ(zepiFilterRowBorderPipeline_8u16s_C1R(src + 4, 1, rows, {1, 1}, big + t, 1, 0, 1, 0, 1, buf),
+                  zepStsOk);
+        EXPECT_EQ(out[0], t == 0 ? 32767 : -32768);
+    }
+}
+
+TEST(PipelineRules, RowBordersAtBothEnds) {
+    // Row 1 2 3 4, taps 1 10 100 at anchor 1: out[0] = ext(-1) + 10 + 200, out[3] = 3 + 40 + 100 ext(4).
+    const float row[4] = {1, 2, 3, 4};
+    const float taps[3] = {1, 10, 100};
+    float out[4];
+    float* rows[1] = {out};
+    uint8_t buf[8];
+    ASSERT_EQ(zepiFilterRowBorderPipeline_32f_C1R(row, 16, rows, {4, 1}, taps, 3, 1, zepBorderRepl, 0, buf),
+              zepStsOk);
+    EXPECT_EQ(out[0], 211.0f);
+    EXPECT_EQ(out[3], 443.0f);
+    ASSERT_EQ(zepiFilterRowBorderPipeline_32f_C1R(row, 16, rows, {4, 1}, taps, 3, 1, zepBorderMirror, 0, buf),
+              zepStsOk);
+    EXPECT_EQ(out[0], 212.0f);  // x = -1 reads pixel 1 (the edge is not repeated)
+    EXPECT_EQ(out[3], 343.0f);
+    ASSERT_EQ(zepiFilterRowBorderPipeline_32f_C1R(row, 16, rows, {4, 1}, taps, 3, 1, zepBorderConst, 7, buf),
+              zepStsOk);
+    EXPECT_EQ(out[0], 217.0f);
+    EXPECT_EQ(out[3], 743.0f);
+    // In memory on the left: the real pixel before the region is read; the right side stays constant.
+    const float wide[6] = {5, 1, 2, 3, 4, 9};
+    ASSERT_EQ(zepiFilterRowBorderPipeline_32f_C1R(wide + 1, 16, rows, {4, 1}, taps, 3, 1, 0x46, 7, buf), zepStsOk);
+    EXPECT_EQ(out[0], 215.0f);
+    EXPECT_EQ(out[3], 743.0f);
+    ASSERT_EQ(zepiFilterRowBorderPipeline_32f_C1R(wide + 1, 16, rows, {4, 1}, taps, 3, 1, 0xF0, 7, buf), zepStsOk);
+    EXPECT_EQ(out[3], 943.0f);
+}
+
+TEST(PipelineRules, SinglePrecisionColumnRounding) {
+    // tap 1, divisor 2: 255 -> 127.5 -> 127 (8s); -257 -> -128.5 -> -128; 5 -> 2.5 -> 2; 7 -> 3.5 -> 4.
+    const int16_t values[4] = {255, -257, 5, 7};
+    const int16_t* rows[1] = {values};
+    int8_t out[4];
+    const int16_t one = 1;
+    uint8_t buf[8];
+    ASSERT_EQ(zepiFilterColumnPipeline_16s8s_C1R(rows, out, 4, {4, 1}, &one, 1, 2, buf), zepStsOk);
+    EXPECT_EQ(std::vector<int>(out, out + 4), (std::vector<int>{127, -128, 2, 4}));
+    uint8_t out8[4];
+    ASSERT_EQ(zepiFilterColumnPipeline_16s8u_C1R(rows, out8, 4, {4, 1}, &one, 1, 2, buf), zepStsOk);
+    EXPECT_EQ(std::vector<int>(out8, out8 + 4), (std::vector<int>{128, 0, 2, 4}));  // 127.5 -> 128 (even)
+    // The arithmetic is single precision: tap 3, divisor 3 is 3 * (2^-16 / 3 rounded) * 65536 x,
+    // which lands on x exactly for these values.
+    const int16_t three = 3;
+    int16_t out16[4];
+    ASSERT_EQ(zepiFilterColumnPipeline_16s_C1R(rows, out16, 8, {4, 1}, &three, 1, 3, buf), zepStsOk);
+    EXPECT_EQ(std::vector<int>(out16, out16 + 4), (std::vector<int>{255, -257, 5, 7}));
+    // Taps whose magnitudes sum to 65535 or more take the exact path: 3 * 32767 * 7 / 98301 = 7.
+    const int16_t wide[3] = {32767, 32767, 32767};
+    const int16_t* rows3[3] = {values + 3, values + 3, values + 3};
+    ASSERT_EQ(zepiFilterColumnPipeline_16s_C1R(rows3, out16, 2, {1, 1}, wide, 3, 98301, buf), zepStsOk);
+    EXPECT_EQ(out16[0], 7);
+    // 16u: exact integers; 65535 * 2 / 1 saturates.
+    const uint16_t u[1] = {65535};
+    const uint16_t* urows[2] = {u, u};
+    const int16_t ones[2] = {1, 1};
+    uint16_t uout[1];
+    ASSERT_EQ(zepiFilterColumnPipeline_16u_C1R(urows, uout, 2, {1, 1}, ones, 2, 1, buf), zepStsOk);
+    EXPECT_EQ(uout[0], 65535);
+    ASSERT_EQ(zepiFilterColumnPipeline_16u_C1R(urows, uout, 2, {1, 1}, ones, 2, 4, buf), zepStsOk);
+    EXPECT_EQ(uout[0], 32768);  // 32767.5 -> even
+}
+
+TEST(PipelineRules, BufferSizeFormulas) {
+    auto q = [](auto f, int w, int k) {
+        int s = -1;
+        EXPECT_EQ(f(ImageSize{w, 3}, k, &s), zepStsOk);
+        return s;
+    };
+    EXPECT_EQ(q(zepiFilterRowBorderPipelineGetBufferSize_8u16s_C1R, 9, 7), 34 * 7 + 32 + 66);
+    EXPECT_EQ(q(zepiFilterRowBorderPipelineGetBufferSize_8u16s_C1R, 9, 8), 34 * 8 + 64 + 66);
+    EXPECT_EQ(q(zepiFilterRowBorderPipelineGetBufferSize_8u16s_C3R, 9, 5), 444);
+    EXPECT_EQ(q(zepiFilterRowBorderPipelineGetBufferSize_16s_C1R, 9, 5), 352);
+    EXPECT_EQ(q(zepiFilterRowBorderPipelineGetBufferSize_16s_C3R, 9, 5), 296);
+    EXPECT_EQ(q(zepiFilterRowBorderPipelineGetBufferSize_Low_16s_C1R, 9, 5), 216);
+    EXPECT_EQ(q(zepiFilterRowBorderPipelineGetBufferSize_Low_16s_C3R, 9, 5), 1136);
+    EXPECT_EQ(q(zepiFilterRowBorderPipelineGetBufferSize_16u_C1R, 9, 5), 416);
+    EXPECT_EQ(q(zepiFilterRowBorderPipelineGetBufferSize_16u_C3R, 9, 5), 736);
+    EXPECT_EQ(q(zepiFilterRowBorderPipelineGetBufferSize_32f_C1R, 9, 5), 576);
+    EXPECT_EQ(q(zepiFilterRowBorderPipelineGetBufferSize_32f_C3R, 9, 5), 1536);
+    EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_16s_C1R, 9, 5), 12 * 12 + 64);
+    EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_16s8u_C3R, 9, 5), 36 * 12 + 64);
+    EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_16s8s_C1R, 8, 5), 12 * 8 + 64);
+    EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_Low_16s_C1R, 9, 5), 12 * 16 + 64);
+    EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_Low_16s_C3R, 9, 5), 36 * 16 + 64);
+    EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_16u_C1R, 9, 5), 8 * 12 + 160 + 64);
+    EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_16u_C3R, 9, 5), 8 * 28 + 160 + 64);
+    EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_32f_C1R, 9, 5), 192);
+    EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_32f_C3R, 1000, 5), 192);
+    int s = 0;
+    EXPECT_EQ(zepiFilterColumnPipelineGetBufferSize_32f_C3R({1, 1}, 1, nullptr), zepStsNullPointer);
+    EXPECT_EQ(zepiFilterColumnPipelineGetBufferSize_32f_C3R({1, 0}, 1, &s), zepStsBadSize);
+    EXPECT_EQ(zepiFilterRowBorderPipelineGetBufferSize_16s_C1R({1, 1}, 0, &s), zepStsBadSize);
+}
+
+// ---- Check orders ----
+
+struct RowArgs {
+    const int16_t* src;
+    int srcStep;
+    int16_t** dst;
+    ImageSize roi;
+    const int16_t* kernel;
+    int k, anchor;
+    uint32_t border;
+    const int16_t* value;
+    int divisor;
+    uint8_t* buffer;
+    int nullRow;  // index of ppDst set to null (-1: none)
+};
+
+// The row pass's breakers in check order; `divisorEarly` places the divisor check.
+std::vector<ft::Breaker<RowArgs>> rowBreakers(bool c3, bool divisorEarly, bool positive, bool byteSource) {
+    using B = ft::Breaker<RowArgs>;
+    std::vector<B> b = {
+        {"null src", 0, [](RowArgs& a) { a.src = nullptr; }, zepStsNullPointer},
+        {"null ppDst", 1, [](RowArgs& a) { a.dst = nullptr; }, zepStsNullPointer},
+        {"null kernel", 2, [](RowArgs& a) { a.kernel = nullptr; }, zepStsNullPointer},
+        {"null buffer", 3, [](RowArgs& a) { a.buffer = nullptr; }, zepStsNullPointer},
+        {"zero width", 4, [](RowArgs& a) { a.roi.width = 0; }, zepStsBadSize},
+        {"zero height", 5, [](RowArgs& a) { a.roi.height = 0; }, zepStsBadSize},
+        {"null row", 1, [](RowArgs& a) { a.nullRow = 1; }, zepStsNullPointer},
+    };
+    if (c3) b.push_back({"null border value", 6, [](RowArgs& a) { a.value = nullptr; }, zepStsNullPointer});
+    b.push_back({"zero kernel size", 7, [](RowArgs& a) { a.k = 0, a.anchor = 0; }, zepStsBadSize});
+    b.push_back({"anchor = kernel size", 8, [](RowArgs& a) { a.anchor = a.k; }, zepStsBadAnchor});
+    b.push_back({"short step", 9,
+                 [c3, byteSource](RowArgs& a) { a.srcStep = a.roi.width * (c3 ? 3 : 1) * (byteSource ? 1 : 2) - 1; },
+                 zepStsBadStep});
+    if (!byteSource) b.push_back({"odd step", 9, [](RowArgs& a) { a.srcStep += 1; }, zepStsStepNotMultiple});
+    const B divisor{"zero divisor", 10, [](RowArgs& a) { a.divisor = 0; }, zepStsBadArg};
+    if (divisorEarly) b.push_back(divisor);
+    if (positive) b.push_back({"divisor -1", 10, [](RowArgs& a) { a.divisor = -1; }, zepStsBadArg});
+    b.push_back({"border 256", 11, [](RowArgs& a) { a.border = 256; }, zepStsBadBorder});
+    b.push_back({"border 2", 11, [](RowArgs& a) { a.border = 2; }, zepStsBadBorder});
+    b.push_back({"border 0xF2", 11, [](RowArgs& a) { a.border = 0xF2; }, zepStsBadBorder});
+    if (!divisorEarly && !positive) b.push_back(divisor);
+    return b;
+}
+
+template <class Src, class Dst, auto F, bool C3>
+ZepStatus callRow(RowArgs& a) {
+    std::vector<Dst*> rows;
+    if (a.dst) {
+        for (int y = 0; y < 4; ++y) rows.push_back(reinterpret_cast<Dst*>(a.dst[y]));
+        if (a.nullRow >= 0) rows[a.nullRow] = nullptr;
+    }
+    const Src* src = reinterpret_cast<const Src*>(a.src);
+    const Src* value = reinterpret_cast<const Src*>(a.value);
+    if constexpr (C3)
+        return F(src, a.srcStep, a.dst ? rows.data() : nullptr, a.roi, a.kernel, a.k, a.anchor, a.border, value,
+                 a.divisor, a.buffer);
+    else
+        return F(src, a.srcStep, a.dst ? rows.data() : nullptr, a.roi, a.kernel, a.k, a.anchor, a.border, Src(0),
+                 a.divisor, a.buffer);
+}
+
+template <class Src, class Dst, auto F, bool C3>
+void rowOrder(const char* name, bool early, bool positive) {
+    std::mt19937 rng(2);
+    const int ch = C3 ? 3 : 1;
+    Image<Src> src(rng, 6, 4, ch);
+    Image<int16_t> dst(rng, 6, 4, ch);
+    std::vector<int16_t*> rows = {dst.at(0), dst.at(1), dst.at(2), dst.at(3)};
+    const int16_t taps[3] = {1, 2, 1};
+    const int16_t value[3] = {0, 0, 0};
+    uint8_t buffer[512];
+    RowArgs valid{reinterpret_cast<const int16_t*>(src.data()),
+                  src.step(),
+                  rows.data(),
+                  {6, 4},
+                  taps,
+                  3,
+                  1,
+                  1,
+                  value,
+                  4,
+                  buffer,
+                  -1};
+    std::function<ZepStatus(RowArgs&)> call = callRow<Src, Dst, F, C3>;
+    ft::expectOrder<RowArgs>(name, valid, call, rowBreakers(C3, early, positive, sizeof(Src) == 1), {&dst.canvas});
+}
+
+TEST(PipelineChecks, RowPassOrder) {
+    rowOrder<uint8_t, int16_t, zepiFilterRowBorderPipeline_8u16s_C1R, false>("8u16s_C1R", false, false);
+    rowOrder<uint8_t, int16_t, zepiFilterRowBorderPipeline_8u16s_C3R, true>("8u16s_C3R", true, false);
+    rowOrder<int16_t, int16_t, zepiFilterRowBorderPipeline_16s_C1R, false>("16s_C1R", true, false);
+    rowOrder<int16_t, int16_t, zepiFilterRowBorderPipeline_16s_C3R, true>("16s_C3R", false, false);
+    rowOrder<int16_t, int16_t, zepiFilterRowBorderPipeline_Low_16s_C1R, false>("Low_16s_C1R", true, false);
+    rowOrder<int16_t, int16_t, zepiFilterRowBorderPipeline_Low_16s_C3R, true>("Low_16s_C3R", true, false);
+    rowOrder<uint16_t, uint16_t, zepiFilterRowBorderPipeline_16u_C1R, false>("16u_C1R", true, true);
+    rowOrder<uint16_t, uint16_t, zepiFilterRowBorderPipeline_16u_C3R, true>("16u_C3R", true, true);
+}
+
+TEST(PipelineChecks, DeliberateDifferencesBetweenSiblings) {
+    std::mt19937 rng(4);
+    Image<uint8_t> src(rng, 8, 1, 3);
+    Image<int16_t> dst(rng, 8, 1, 3);
+    int16_t* rows[1] = {dst.at(0)};
+    const int16_t taps[3] = {1, 2, 1};
+    const uint8_t v8[3] = {0, 0, 0};
+    const int16_t v16[3] = {0, 0, 0};
+    uint8_t buf[512];
+    const auto* s16 = reinterpret_cast<const int16_t*>(src.data());
+    // Border type 2 with divisor 0: the late-divisor forms report the border.
+    EXPECT_EQ(zepiFilterRowBorderPipeline_8u16s_C1R(src.data(), 24, rows, {8, 1}, taps, 3, 1, 2, 0, 0, buf),
+              zepStsBadBorder);
+    EXPECT_EQ(zepiFilterRowBorderPipeline_16s_C3R(s16, 48, rows, {4, 1}, taps, 3, 1, 2, v16, 0, buf),
+              zepStsBadBorder);
+    EXPECT_EQ(zepiFilterRowBorderPipeline_8u16s_C3R(src.data(), 24, rows, {8, 1}, taps, 3, 1, 2, v8, 0, buf),
+              zepStsBadArg);
+    EXPECT_EQ(zepiFilterRowBorderPipeline_16s_C1R(s16, 48, rows, {4, 1}, taps, 3, 1, 2, 0, 0, buf), zepStsBadArg);
+    // 16u needs a divisor of at least 1; 16s accepts a negative one.
+    const auto* u16 = reinterpret_cast<const uint16_t*>(src.data());
+    auto** urows = reinterpret_cast<uint16_t**>(rows);
+    EXPECT_EQ(zepiFilterRowBorderPipeline_16u_C1R(u16, 48, urows, {4, 1}, taps, 3, 1, 1, 0, -1, buf), zepStsBadArg);
+    EXPECT_EQ(zepiFilterRowBorderPipeline_16s_C1R(s16, 48, rows, {4, 1}, taps, 3, 1, 1, 0, -1, buf), zepStsOk);
+    // Accepted border codes: 0xF0, 0xF1; anchor k - 1.
+    EXPECT_EQ(zepiFilterRowBorderPipeline_16s_C1R(s16, 48, rows, {4, 1}, taps, 3, 2, 0xF1, 0, 1, buf), zepStsOk);
+    EXPECT_EQ(zepiFilterRowBorderPipeline_16s_C1R(s16 + 4, 48, rows, {4, 1}, taps, 3, 2, 0xF0, 0, 1, buf), zepStsOk);
+    EXPECT_EQ(zepiFilterRowBorderPipeline_16s_C1R(s16, 48, rows, {4, 1}, taps, 3, 2, 0x100, 0, 1, buf),
+              zepStsBadBorder);
+    // Low_16s C3 column: the destination step is checked against 2 * width bytes only.
+    const int16_t* crows[3] = {s16, s16, s16};
+    EXPECT_EQ(zepiFilterColumnPipeline_Low_16s_C3R(crows, dst.at(0), 4, {2, 1}, taps, 3, 1, buf), zepStsOk);
+    EXPECT_EQ(zepiFilterColumnPipeline_16s_C3R(crows, dst.at(0), 4, {2, 1}, taps, 3, 1, buf), zepStsBadStep);
+    EXPECT_EQ(zepiFilterColumnPipeline_Low_16s_C3R(crows, dst.at(0), 3, {2, 1}, taps, 3, 1, buf), zepStsBadStep);
+}
+
+struct ColumnArgs {
+    const int16_t* const* rows;
+    int16_t* dst;
+    int dstStep;
+    ImageSize roi;
+    const int16_t* kernel;
+    int k, divisor;
+    uint8_t* buffer;
+    int nullRow;
+};
+
+TEST(PipelineChecks, ColumnPassOrder) {
+    std::mt19937 rng(6);
+    Image<int16_t> src(rng, 6, 8), dst(rng, 6, 4);
+    const int16_t taps[3] = {1, 2, 1};
+    uint8_t buffer[512];
+    std::vector<const int16_t*> rows;
+    for (int i = 0; i < 8; ++i) rows.push_back(src.at(i));
+    ColumnArgs valid{rows.data(), dst.data(), dst.step(), {6, 4}, taps, 3, 4, buffer, -1};
+    using B = ft::Breaker<ColumnArgs>;
+    const std::vector<B> b = {
+        {"null ppSrc", 0, [](ColumnArgs& a) { a.rows = nullptr; }, zepStsNullPointer},
+        {"null dst", 1, [](ColumnArgs& a) { a.dst = nullptr; }, zepStsNullPointer},
+        {"null kernel", 2, [](ColumnArgs& a) { a.kernel = nullptr; }, zepStsNullPointer},
+        {"zero width", 3, [](ColumnArgs& a) { a.roi.width = 0; }, zepStsBadSize},
+        {"zero height", 4, [](ColumnArgs& a) { a.roi.height = 0; }, zepStsBadSize},
+        // The scan covers height + k - 1 rows, so it is not combined with a broken kernel size.
+        {"last row null", 5, [](ColumnArgs& a) { a.nullRow = 5; }, zepStsNullPointer},
+        {"zero kernel size", 5, [](ColumnArgs& a) { a.k = 0; }, zepStsBadSize},
+        {"short step", 6, [](ColumnArgs& a) { a.dstStep = 11; }, zepStsBadStep},
+        {"odd step", 6, [](ColumnArgs& a) { a.dstStep = 13; }, zepStsStepNotMultiple},
+        {"null buffer", 7, [](ColumnArgs& a) { a.buffer = nullptr; }, zepStsNullPointer},
+        {"zero divisor", 8, [](ColumnArgs& a) { a.divisor = 0; }, zepStsBadArg},
+    };
+    std::function<ZepStatus(ColumnArgs&)> call = [](ColumnArgs& a) {
+        std::vector<const int16_t*> r;
+        if (a.rows) {
+            r.assign(a.rows, a.rows + 8);
+            if (a.nullRow >= 0) r[a.nullRow] = nullptr;
+            r[6] = r[7] = nullptr;  // beyond height + k - 1: never read
+        }
+        return zepiFilterColumnPipeline_16s_C1R(a.rows ? r.data() : nullptr, a.dst, a.dstStep, a.roi, a.kernel, a.k,
+                                                a.divisor, a.buffer);
+    };
+    ft::expectOrder<ColumnArgs>("Column_16s_C1R", valid, call, b, {&dst.canvas});
+}
+
+// ---- Peers ----
+
+// cv::sepFilter2D correlates with the same taps; with BORDER_REPLICATE and the
+// anchor at the centre the 32f row-then-column result equals ours up to
+// float accumulation order (OpenCV may vectorise its sums differently).
+TEST(PipelinePeers, SepFilter2D32f) {
+    const int W = 83, H = 29, k = 5, r = 2;
+    cv::Mat src(H, W, CV_32FC1), theirs;
+    cv::randu(src, -10, 10);
+    const float kx[5] = {0.1f, -0.3f, 0.7f, 0.25f, 0.05f}, ky[5] = {0.2f, 0.2f, 0.3f, 0.1f, 0.2f};
+    cv::Mat inter(H + k - 1, W, CV_32FC1), ours(H, W, CV_32FC1);
+    std::vector<float*> dstRows;
+    cv::Mat padded;
+    cv::copyMakeBorder(src, padded, r, r, 0, 0, cv::BORDER_REPLICATE);
+    for (int i = 0; i < H + k - 1; ++i) dstRows.push_back(inter.ptr<float>(i));
+    uint8_t buf[1024];
+    ASSERT_EQ(zepiFilterRowBorderPipeline_32f_C1R(padded.ptr<float>(), int(padded.step), dstRows.data(),
+                                                  {W, H + k - 1}, kx, k, r, zepBorderRepl, 0, buf),
+              zepStsOk);
+    std::vector<const float*> colRows(dstRows.begin(), dstRows.end());
+    ASSERT_EQ(zepiFilterColumnPipeline_32f_C1R(colRows.data(), ours.ptr<float>(), int(ours.step), {W, H}, ky, k, buf),
+              zepStsOk);
+    cv::sepFilter2D(src, theirs, CV_32F, cv::Mat(1, k, CV_32F, const_cast<float*>(kx)),
+                    cv::Mat(1, k, CV_32F, const_cast<float*>(ky)), cv::Point(-1, -1), 0, cv::BORDER_REPLICATE);
+    EXPECT_LE(cv::norm(ours, theirs, cv::NORM_INF), 1e-4);
+    // OpenCV's reflect-101 is this library's mirror (no repeated edge pixel).
+    ASSERT_EQ(zepiFilterRowBorderPipeline_32f_C1R(src.ptr<float>(), int(src.step), dstRows.data(), {W, H}, kx, k, r,
+                                                  zepBorderMirror, 0, buf),
+              zepStsOk);
+    cv::Mat rowOnly;
+    cv::filter2D(src, rowOnly, CV_32F, cv::Mat(1, k, CV_32F, const_cast<float*>(kx)), cv::Point(-1, -1), 0,
+                 cv::BORDER_REFLECT_101);
+    EXPECT_LE(cv::norm(inter.rowRange(0, H), rowOnly, cv::NORM_INF), 1e-4);
+}
+
+}  // namespace

@@ -1,0 +1,111 @@
+// Sobel kernels: the table of worked examples, sums, the 16-bit wrap, sign,
+// argument checks, agreement of the 16s and 32f forms, and OpenCV's
+// getDerivKernels (its ksize-1 kernels are the same binomial differences).
+#include <gtest/gtest.h>
+#include <zepcore.h>
+#include <zepcv.h>
+
+#include <cmath>
+#include <numeric>
+#include <opencv2/imgproc.hpp>
+#include <vector>
+
+namespace {
+
+std::vector<int> sobel16(int n, int d, int sign = 1) {
+    std::vector<int16_t> k(n, 77);
+    EXPECT_EQ(zepiGenSobelKernel_16s(k.data(), n, d, sign), zepStsOk);
+    return {k.begin(), k.end()};
+}
+
+TEST(Sobel, WorkedExamples) {
+    EXPECT_EQ(sobel16(3, 0), (std::vector<int>{1, 2, 1}));
+    EXPECT_EQ(sobel16(3, 1), (std::vector<int>{-1, 0, 1}));
+    EXPECT_EQ(sobel16(3, 2), (std::vector<int>{1, -2, 1}));
+    EXPECT_EQ(sobel16(5, 0), (std::vector<int>{1, 4, 6, 4, 1}));
+    EXPECT_EQ(sobel16(5, 1), (std::vector<int>{-1, -2, 0, 2, 1}));
+    EXPECT_EQ(sobel16(5, 2), (std::vector<int>{1, 0, -2, 0, 1}));
+    EXPECT_EQ(sobel16(1, 0), (std::vector<int>{1}));
+    EXPECT_EQ(sobel16(1, 0, -1), (std::vector<int>{-1}));
+    EXPECT_EQ(sobel16(3, 1, -1), (std::vector<int>{1, 0, -1}));
+    EXPECT_EQ(sobel16(3, 1, 0), (std::vector<int>{-1, 0, 1}));
+}
+
+TEST(Sobel, SumsWrapAndFloatAgreement) {
+    for (int n = 1; n <= 41; n += 2) {
+        for (int d = 0; d < n; ++d) {
+            std::vector<float> f(n);
+            ASSERT_EQ(zepiGenSobelKernel_32f(f.data(), n, d, 1), zepStsOk);
+            const std::vector<int> s = sobel16(n, d);
+            // The exact coefficients in 64 bits: the binomial row differenced d times.
+            std::vector<int64_t> e(n, 0);
+            e[n - 1] = 1;
+            for (int p = 0; p < n - d - 1; ++p)
+                for (int j = 0; j < n - 1; ++j) e[j] += e[j + 1];
+            for (int p = 0; p < d; ++p)
+                for (int j = 0; j < n - 1; ++j) e[j] -= e[j + 1];
+            for (int j = 0; j < n; ++j) {
+                ASSERT_EQ(s[j], int(int16_t(uint16_t(e[j])))) << n << " " << d << " " << j;  // wraps in 16 bits
+                if (n <= 25) {
+                    ASSERT_EQ(f[j], float(e[j])) << n << " " << d;
+                }
+            }
+            const int64_t sum = std::accumulate(e.begin(), e.end(), int64_t{0});
+            if (d == 0) {
+                EXPECT_EQ(sum, int64_t{1} << (n - 1));
+            }
+            if (d == 1) {
+                EXPECT_EQ(sum, 0);
+            }
+        }
+    }
+    // Size 19: the centre binomial C(18, 9) = 48620 wraps to 48620 - 65536.
+    EXPECT_EQ(sobel16(19, 0)[9], 48620 - 65536);
+}
+
+TEST(Sobel, ArgumentChecksWriteNothing) {
+    std::vector<int16_t> k(5, 9);
+    std::vector<float> f(5, 9.0f);
+    EXPECT_EQ(zepiGenSobelKernel_16s(nullptr, 4, 9, 1), zepStsNullPointer);
+    EXPECT_EQ(zepiGenSobelKernel_16s(k.data(), 4, 0, 1), zepStsBadArg);
+    EXPECT_EQ(zepiGenSobelKernel_16s(k.data(), 5, 5, 1), zepStsBadArg);
+    EXPECT_EQ(zepiGenSobelKernel_16s(k.data(), 5, -1, 1), zepStsBadArg);
+    EXPECT_EQ(zepiGenSobelKernel_16s(k.data(), 0, 0, 1), zepStsBadArg);
+    EXPECT_EQ(zepiGenSobelKernel_32f(f.data(), 3, 3, 1), zepStsBadArg);
+    EXPECT_EQ(k, std::vector<int16_t>(5, 9));
+    EXPECT_EQ(f, std::vector<float>(5, 9.0f));
+}
+
+// OpenCV's getDerivKernels(dx, 0, ksize) returns the same factor for odd
+// ksize >= 3 (unnormalised); sizes 1 and 3 with order 0 match too.
+TEST(SobelPeers, GetDerivKernels) {
+    for (int n : {3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31}) {
+        for (int d = 0; d < std::min(n, 4); ++d) {
+            cv::Mat kx, ky;
+            cv::getDerivKernels(kx, ky, d, d == 0 ? 1 : 0, n, false, CV_32F);
+            std::vector<float> f(n);
+            ASSERT_EQ(zepiGenSobelKernel_32f(f.data(), n, d, 1), zepStsOk);
+            // Exact while the coefficients stay below 2^24; beyond, OpenCV rounds its
+            // integer result once, while the passes here round in single precision.
+            for (int j = 0; j < n; ++j) {
+                if (n <= 25) {
+                    ASSERT_EQ(f[j], kx.at<float>(j)) << n << " " << d;
+                } else {
+                    ASSERT_NEAR(f[j], kx.at<float>(j), 1e-6 * std::fabs(kx.at<float>(j)) + 1) << n << " " << d;
+                }
+            }
+        }
+    }
+}
+
+TEST(CoreLibrary, CacheSize) {
+    int32_t size = -1;
+    EXPECT_EQ(zepGetMaxCacheSizeB(nullptr), zepcoreStsNullPointer);
+    EXPECT_EQ(zepGetMaxCacheSizeB(&size), zepcoreStsOk);
+    EXPECT_GE(size, 16 * 1024);  // every x86-64 processor with AVX-512 has at least this much
+    int32_t again = 0;
+    zepGetMaxCacheSizeB(&again);
+    EXPECT_EQ(size, again);
+}
+
+}  // namespace
