@@ -90,16 +90,22 @@ const std::vector<MeanCase>& meanCases() {
     return cases;
 }
 
-// A source of any element type as raw bytes, with 32f values that include
-// NaN, infinities, -0 and denormals when `specials` is set.
+// A source of any element type as raw bytes. 32f values include NaN,
+// infinities, -0 and denormals when `specials` is set; otherwise they spread
+// over 2^-60..2^44 with both signs, so that double sums round and the order
+// of the additions shows in the last bits.
 struct Source {
     Image<uint8_t> img;
     Source(std::mt19937& rng, const MeanCase& c, int w, int h, bool specials)
         : img(rng, w * c.elemBytes * c.channels, h, 1, false, c.elemBytes) {
+        auto wide = [&rng] {
+            const float m = static_cast<float>(rng() % (1u << 24)) * (rng() % 2 ? 1.0f : -1.0f);
+            return std::ldexp(m, static_cast<int>(rng() % 80) - 84);
+        };
         if (c.elemBytes == 4)
             for (int y = 0; y < h; ++y)
                 for (int x = 0; x < w * c.channels; ++x)
-                    reinterpret_cast<float*>(img.at(y))[x] = zt::randomValue<float>(rng, specials);
+                    reinterpret_cast<float*>(img.at(y))[x] = specials ? zt::randomValue<float>(rng, true) : wide();
     }
 };
 
