@@ -47,15 +47,21 @@ inline uint64_t selectedBits(const uint8_t* mask, int n) {
 // The elements of T in `lanes` from p, zero elsewhere; with `merge`, the other lanes keep `into`.
 template <class T>
 inline __m512i loadLanes(const T* p, uint64_t lanes) {
-    if constexpr (sizeof(T) == 1) return _mm512_maskz_loadu_epi8(lanes, p);
-    else if constexpr (sizeof(T) == 2) return _mm512_maskz_loadu_epi16(static_cast<__mmask32>(lanes), p);
-    else return _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes), p);
+    if constexpr (sizeof(T) == 1)
+        return _mm512_maskz_loadu_epi8(lanes, p);
+    else if constexpr (sizeof(T) == 2)
+        return _mm512_maskz_loadu_epi16(static_cast<__mmask32>(lanes), p);
+    else
+        return _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes), p);
 }
 template <class T>
 inline __m512i mergeLanes(__m512i into, const T* p, uint64_t lanes) {
-    if constexpr (sizeof(T) == 1) return _mm512_mask_loadu_epi8(into, lanes, p);
-    else if constexpr (sizeof(T) == 2) return _mm512_mask_loadu_epi16(into, static_cast<__mmask32>(lanes), p);
-    else return _mm512_mask_loadu_epi32(into, static_cast<__mmask16>(lanes), p);
+    if constexpr (sizeof(T) == 1)
+        return _mm512_mask_loadu_epi8(into, lanes, p);
+    else if constexpr (sizeof(T) == 2)
+        return _mm512_mask_loadu_epi16(into, static_cast<__mmask32>(lanes), p);
+    else
+        return _mm512_mask_loadu_epi32(into, static_cast<__mmask16>(lanes), p);
 }
 
 // The gatherer of one channel: C is 1 or 3, channel 0-based.
@@ -115,11 +121,14 @@ private:
 // part (whole blocks of unmasked forms). `mask` is null in unmasked forms.
 // Masked blocks without a selected pixel are skipped.
 template <class T, int C, class Block>
-inline void forEachBlock(const ChannelLanes<T, C>& ch, const T* row, const uint8_t* mask, int width,
-                         Block&& block) {
+inline void forEachBlock(const ChannelLanes<T, C>& ch, const T* row, const uint8_t* mask, int width, Block&& block) {
     constexpr int E = kLanes<T>;
     int x = 0;
     if (mask == nullptr) {
+        for (; x + 2 * E <= width; x += 2 * E) {
+            block(ch.gatherAll(row + x * C), firstBits<E>(E), std::true_type{});
+            block(ch.gatherAll(row + (x + E) * C), firstBits<E>(E), std::true_type{});
+        }
         for (; x + E <= width; x += E) block(ch.gatherAll(row + x * C), firstBits<E>(E), std::true_type{});
     } else {
         for (; x + E <= width; x += E) {

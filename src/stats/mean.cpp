@@ -46,14 +46,17 @@ ZEP_EXPORT(zepiMean_StdDev_8u_C3CR)
 }
 
 ZEP_EXPORT(zepiMean_StdDev_8u_C1MR)
-(const uint8_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep, ImageSize roiSize, double* pMean, double* pStdDev) {
-    return meanStdDevImage<Path::vector, uint8_t, 1, true>(pSrc, srcStep, pMask, maskStep, roiSize, 0, pMean, pStdDev);
+(const uint8_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep, ImageSize roiSize, double* pMean,
+ double* pStdDev) {
+    return meanStdDevImage<Path::vector, uint8_t, 1, true>(pSrc, srcStep, pMask, maskStep, roiSize, 0, pMean,
+                                                           pStdDev);
 }
 
 ZEP_EXPORT(zepiMean_StdDev_8u_C3CMR)
 (const uint8_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep, ImageSize roiSize, int coi, double* pMean,
  double* pStdDev) {
-    return meanStdDevImage<Path::vector, uint8_t, 3, true>(pSrc, srcStep, pMask, maskStep, roiSize, coi, pMean, pStdDev);
+    return meanStdDevImage<Path::vector, uint8_t, 3, true>(pSrc, srcStep, pMask, maskStep, roiSize, coi, pMean,
+                                                           pStdDev);
 }
 
 ZEP_EXPORT(zepiMean_StdDev_16u_C1R)
@@ -67,14 +70,17 @@ ZEP_EXPORT(zepiMean_StdDev_16u_C3CR)
 }
 
 ZEP_EXPORT(zepiMean_StdDev_16u_C1MR)
-(const uint16_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep, ImageSize roiSize, double* pMean, double* pStdDev) {
-    return meanStdDevImage<Path::vector, uint16_t, 1, true>(pSrc, srcStep, pMask, maskStep, roiSize, 0, pMean, pStdDev);
+(const uint16_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep, ImageSize roiSize, double* pMean,
+ double* pStdDev) {
+    return meanStdDevImage<Path::vector, uint16_t, 1, true>(pSrc, srcStep, pMask, maskStep, roiSize, 0, pMean,
+                                                            pStdDev);
 }
 
 ZEP_EXPORT(zepiMean_StdDev_16u_C3CMR)
 (const uint16_t* pSrc, int srcStep, const uint8_t* pMask, int maskStep, ImageSize roiSize, int coi, double* pMean,
  double* pStdDev) {
-    return meanStdDevImage<Path::vector, uint16_t, 3, true>(pSrc, srcStep, pMask, maskStep, roiSize, coi, pMean, pStdDev);
+    return meanStdDevImage<Path::vector, uint16_t, 3, true>(pSrc, srcStep, pMask, maskStep, roiSize, coi, pMean,
+                                                            pStdDev);
 }
 
 ZEP_EXPORT(zepiMean_StdDev_32f_C1R)
@@ -88,12 +94,14 @@ ZEP_EXPORT(zepiMean_StdDev_32f_C3CR)
 }
 
 ZEP_EXPORT(zepiMean_StdDev_32f_C1MR)
-(const float* pSrc, int srcStep, const uint8_t* pMask, int maskStep, ImageSize roiSize, double* pMean, double* pStdDev) {
+(const float* pSrc, int srcStep, const uint8_t* pMask, int maskStep, ImageSize roiSize, double* pMean,
+ double* pStdDev) {
     return meanStdDevImage<Path::vector, float, 1, true>(pSrc, srcStep, pMask, maskStep, roiSize, 0, pMean, pStdDev);
 }
 
 ZEP_EXPORT(zepiMean_StdDev_32f_C3CMR)
 (const float* pSrc, int srcStep, const uint8_t* pMask, int maskStep, ImageSize roiSize, int coi, double* pMean,
  double* pStdDev) {
-    return meanStdDevImage<Path::vector, float, 3, true>(pSrc, srcStep, pMask, maskStep, roiSize, coi, pMean, pStdDev);
+    return meanStdDevImage<Path::vector, float, 3, true>(pSrc, srcStep, pMask, maskStep, roiSize, coi, pMean,
+                                                         pStdDev);
 }

@@ -3,6 +3,7 @@
 // population deviation follow in double precision.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <type_traits>
@@ -88,35 +89,39 @@ Moments momentsScalar(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi
 template <class T, bool Squares>
 struct RowSums;
 
-// 8u: sums by SAD against zero into eight 64-bit lanes; squares by widening
-// to 16 bits and multiply-adding pairs into sixteen 32-bit lanes (at most
-// 260100 a lane a block), moved to 64-bit lanes every 16384 blocks.
+// 8u: sums by SAD against zero into eight 64-bit lanes; squares of the even
+// and odd bytes of each 16-bit lane apart, multiply-added in pairs into
+// sixteen 32-bit lanes (at most 4 * 255^2 = 260100 a lane a block), moved to
+// 64-bit lanes at the end of each span of 2^14 blocks (kSpan pixels).
 template <bool Squares>
 struct RowSums<uint8_t, Squares> {
-    __m512i sum = _mm512_setzero_si512(), sq = _mm512_setzero_si512(), sq32 = _mm512_setzero_si512();
-    int pending = 0;
+    __m512i sum = _mm512_setzero_si512(), sq = _mm512_setzero_si512();
+    __m512i sqEven = _mm512_setzero_si512(), sqOdd = _mm512_setzero_si512();
 
     template <class Dense>
     void block(__m512i v, uint64_t, Dense) {
         sum = _mm512_add_epi64(sum, _mm512_sad_epu8(v, _mm512_setzero_si512()));
         if constexpr (Squares) {
-            const __m512i lo = _mm512_cvtepu8_epi16(_mm512_castsi512_si256(v));
-            const __m512i hi = _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(v, 1));
-            sq32 = _mm512_add_epi32(sq32, _mm512_add_epi32(_mm512_madd_epi16(lo, lo), _mm512_madd_epi16(hi, hi)));
-            if (++pending == 16384) widen();
+            const __m512i even = _mm512_and_si512(v, _mm512_set1_epi16(0x00FF));
+            // The odd bytes moved down by a byte shuffle, which runs beside the multiplies.
+            const __m512i odd = _mm512_shuffle_epi8(
+                v, _mm512_set4_epi32(int(0x800F800D), int(0x800B8009), int(0x80078005), int(0x80038001)));
+            sqEven = _mm512_add_epi32(sqEven, _mm512_madd_epi16(even, even));
+            sqOdd = _mm512_add_epi32(sqOdd, _mm512_madd_epi16(odd, odd));
         }
     }
-    void widen() {
-        sq = _mm512_add_epi64(sq, _mm512_add_epi64(_mm512_cvtepu32_epi64(_mm512_castsi512_si256(sq32)),
-                                                   _mm512_cvtepu32_epi64(_mm512_extracti64x4_epi64(sq32, 1))));
-        sq32 = _mm512_setzero_si512();
-        pending = 0;
+    void span() {
+        if constexpr (Squares) {
+            const __m512i sq32 = _mm512_add_epi32(sqEven, sqOdd);
+            sq = _mm512_add_epi64(sq, _mm512_add_epi64(_mm512_cvtepu32_epi64(_mm512_castsi512_si256(sq32)),
+                                                       _mm512_cvtepu32_epi64(_mm512_extracti64x4_epi64(sq32, 1))));
+            sqEven = sqOdd = _mm512_setzero_si512();
+        }
     }
     void row(Moments& m) {
         m.sum += static_cast<double>(static_cast<uint64_t>(_mm512_reduce_add_epi64(sum)));
         sum = _mm512_setzero_si512();
         if constexpr (Squares) {
-            widen();
             m.sumSq += static_cast<double>(static_cast<uint64_t>(_mm512_reduce_add_epi64(sq)));
             sq = _mm512_setzero_si512();
         }
@@ -124,13 +129,12 @@ struct RowSums<uint8_t, Squares> {
 };
 
 // 16u: the even and odd pixels of each 32-bit lane apart; sums in sixteen
-// 32-bit lanes (at most 131070 a lane a block, moved to 64-bit lanes every
-// 32768 blocks), squares by 32x32->64-bit products into eight 64-bit lanes
+// 32-bit lanes (at most 131070 a lane a block, moved to 64-bit lanes at the
+// end of each span of 2^15 blocks), squares by 32x32->64-bit products into eight 64-bit lanes
 // (at most 2^34 a lane a block: no overflow within a row of 2^31 pixels).
 template <bool Squares>
 struct RowSums<uint16_t, Squares> {
     __m512i sum = _mm512_setzero_si512(), sum32 = _mm512_setzero_si512(), sq = _mm512_setzero_si512();
-    int pending = 0;
 
     template <class Dense>
     void block(__m512i v, uint64_t, Dense) {
@@ -143,16 +147,13 @@ struct RowSums<uint16_t, Squares> {
             const __m512i b = _mm512_add_epi64(_mm512_mul_epu32(even2, even2), _mm512_mul_epu32(odd2, odd2));
             sq = _mm512_add_epi64(sq, _mm512_add_epi64(a, b));
         }
-        if (++pending == 32768) widen();
     }
-    void widen() {
+    void span() {
         sum = _mm512_add_epi64(sum, _mm512_add_epi64(_mm512_cvtepu32_epi64(_mm512_castsi512_si256(sum32)),
                                                      _mm512_cvtepu32_epi64(_mm512_extracti64x4_epi64(sum32, 1))));
         sum32 = _mm512_setzero_si512();
-        pending = 0;
     }
     void row(Moments& m) {
-        widen();
         m.sum += static_cast<double>(static_cast<uint64_t>(_mm512_reduce_add_epi64(sum)));
         sum = _mm512_setzero_si512();
         if constexpr (Squares) {
@@ -191,6 +192,7 @@ struct RowSums<float, Squares> {
             }
         }
     }
+    void span() {}
     void row(Moments& m) {
         m.sum += combineLanes(s0, s1);
         s0 = s1 = _mm512_setzero_pd();
@@ -201,8 +203,13 @@ struct RowSums<float, Squares> {
     }
 };
 
+// Pixels of a row summed before the integer kernels move their 32-bit lane
+// sums to 64-bit lanes.
+inline constexpr int kSpan = 1 << 20;
+
 // The vector pass: blocks of 64 bytes of the channel (ChannelLanes), masked
-// lanes and row tails under lane masks, counts from the lane masks.
+// lanes and row tails under lane masks, counts from the lane masks; rows in
+// spans of kSpan pixels.
 template <class T, int C, bool Masked, bool Squares>
 Moments momentsVector(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi, int channel) {
     const simd::ChannelLanes<T, C> lanes(channel);
@@ -210,11 +217,14 @@ Moments momentsVector(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi
     Moments m;
     int64_t count = 0;
     for (int y = 0; y < roi.height; ++y) {
-        simd::forEachBlock(lanes, src[y], Masked ? mask[y] : nullptr, roi.width,
-                           [&](__m512i v, uint64_t used, auto dense) {
-                               acc.block(v, used, dense);
-                               if constexpr (Masked) count += __builtin_popcountll(used);
-                           });
+        for (int x = 0; x < roi.width; x += kSpan) {
+            simd::forEachBlock(lanes, src[y] + int64_t{x} * C, Masked ? mask[y] + x : nullptr,
+                               std::min(kSpan, roi.width - x), [&](__m512i v, uint64_t used, auto dense) {
+                                   acc.block(v, used, dense);
+                                   if constexpr (Masked) count += __builtin_popcountll(used);
+                               });
+            acc.span();
+        }
         acc.row(m);
     }
     m.count = Masked ? count : int64_t{roi.width} * roi.height;

@@ -17,13 +17,17 @@ namespace zep::stats {
 // largest finite single-precision value and its negative for 32f.
 template <class T>
 constexpr T startMin() {
-    if constexpr (std::is_floating_point_v<T>) return 3.4028235e38f;
-    else return std::numeric_limits<T>::max();
+    if constexpr (std::is_floating_point_v<T>)
+        return 3.4028235e38f;
+    else
+        return std::numeric_limits<T>::max();
 }
 template <class T>
 constexpr T startMax() {
-    if constexpr (std::is_floating_point_v<T>) return -3.4028235e38f;
-    else return std::numeric_limits<T>::min();
+    if constexpr (std::is_floating_point_v<T>)
+        return -3.4028235e38f;
+    else
+        return std::numeric_limits<T>::min();
 }
 
 // The result of one pass: the values and positions to report, and whether
@@ -66,8 +70,10 @@ Extrema extremaScalar(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi
 // leaves the lane as it was (the processor returns the second operand).
 template <class T, bool Max>
 inline __m512i laneExtreme(__m512i acc, __m512i v) {
-    if constexpr (sizeof(T) == 1) return Max ? _mm512_max_epu8(v, acc) : _mm512_min_epu8(v, acc);
-    else if constexpr (sizeof(T) == 2) return Max ? _mm512_max_epu16(v, acc) : _mm512_min_epu16(v, acc);
+    if constexpr (sizeof(T) == 1)
+        return Max ? _mm512_max_epu8(v, acc) : _mm512_min_epu8(v, acc);
+    else if constexpr (sizeof(T) == 2)
+        return Max ? _mm512_max_epu16(v, acc) : _mm512_min_epu16(v, acc);
     else {
         const __m512 a = _mm512_castsi512_ps(acc), p = _mm512_castsi512_ps(v);
         return _mm512_castps_si512(Max ? _mm512_max_ps(p, a) : _mm512_min_ps(p, a));
@@ -75,7 +81,8 @@ inline __m512i laneExtreme(__m512i acc, __m512i v) {
 }
 template <class T, bool Max>
 inline __m512i laneExtreme(__m512i acc, uint64_t lanes, __m512i v) {
-    if constexpr (sizeof(T) == 1) return Max ? _mm512_mask_max_epu8(acc, lanes, v, acc) : _mm512_mask_min_epu8(acc, lanes, v, acc);
+    if constexpr (sizeof(T) == 1)
+        return Max ? _mm512_mask_max_epu8(acc, lanes, v, acc) : _mm512_mask_min_epu8(acc, lanes, v, acc);
     else if constexpr (sizeof(T) == 2) {
         const auto k = static_cast<__mmask32>(lanes);
         return Max ? _mm512_mask_max_epu16(acc, k, v, acc) : _mm512_mask_min_epu16(acc, k, v, acc);
@@ -111,13 +118,17 @@ inline T reduceLanes(__m512i acc) {
     } else {
         const __m256i h = _mm512_extracti64x4_epi64(acc, 1), l = _mm512_castsi512_si256(acc);
         __m256i a;
-        if constexpr (sizeof(T) == 1) a = Max ? _mm256_max_epu8(l, h) : _mm256_min_epu8(l, h);
-        else a = Max ? _mm256_max_epu16(l, h) : _mm256_min_epu16(l, h);
+        if constexpr (sizeof(T) == 1)
+            a = Max ? _mm256_max_epu8(l, h) : _mm256_min_epu8(l, h);
+        else
+            a = Max ? _mm256_max_epu16(l, h) : _mm256_min_epu16(l, h);
         __m128i b = _mm256_castsi256_si128(a);
         const __m128i bh = _mm256_extracti128_si256(a, 1);
         auto op = [](__m128i x, __m128i y) {
-            if constexpr (sizeof(T) == 1) return Max ? _mm_max_epu8(x, y) : _mm_min_epu8(x, y);
-            else return Max ? _mm_max_epu16(x, y) : _mm_min_epu16(x, y);
+            if constexpr (sizeof(T) == 1)
+                return Max ? _mm_max_epu8(x, y) : _mm_min_epu8(x, y);
+            else
+                return Max ? _mm_max_epu16(x, y) : _mm_min_epu16(x, y);
         };
         b = op(b, bh);
         b = op(b, _mm_srli_si128(b, 8));
@@ -150,9 +161,12 @@ template <class T, int C, bool Masked>
 Extrema extremaVector(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi, int channel) {
     const simd::ChannelLanes<T, C> lanes(channel);
     auto splat = [](T v) {
-        if constexpr (sizeof(T) == 1) return _mm512_set1_epi8(static_cast<char>(v));
-        else if constexpr (sizeof(T) == 2) return _mm512_set1_epi16(static_cast<short>(v));
-        else return _mm512_castps_si512(_mm512_set1_ps(v));
+        if constexpr (sizeof(T) == 1)
+            return _mm512_set1_epi8(static_cast<char>(v));
+        else if constexpr (sizeof(T) == 2)
+            return _mm512_set1_epi16(static_cast<short>(v));
+        else
+            return _mm512_castps_si512(_mm512_set1_ps(v));
     };
     __m512i lo = splat(startMin<T>()), hi = splat(startMax<T>());
     T gLo = startMin<T>(), gHi = startMax<T>();

@@ -1,15 +1,15 @@
 // Means and standard deviations: the vector path against the scalar
 // definition, the rules of the arithmetic, the check order, and OpenCV's
 // mean and meanStdDev.
+#include "stats/mean.h"
+
 #include <gtest/gtest.h>
 
-#include <opencv2/core.hpp>
-
 #include <cmath>
+#include <opencv2/core.hpp>
 #include <random>
 #include <string>
 
-#include "stats/mean.h"
 #include "stats/stats_support.h"
 #include "support/check_order.h"
 
@@ -42,12 +42,18 @@ struct MeanCase {
 template <class T, int C, bool Masked, bool MeanOnly, auto F>
 ZepStatus callExport(const MeanArgs& a) {
     const T* s = static_cast<const T*>(a.src);
-    if constexpr (MeanOnly && C == 1) return F(s, a.srcStep, a.mask, a.maskStep, a.roi, a.mean);
-    else if constexpr (MeanOnly) return F(s, a.srcStep, a.mask, a.maskStep, a.roi, a.coi, a.mean);
-    else if constexpr (Masked && C == 1) return F(s, a.srcStep, a.mask, a.maskStep, a.roi, a.mean, a.stdDev);
-    else if constexpr (Masked) return F(s, a.srcStep, a.mask, a.maskStep, a.roi, a.coi, a.mean, a.stdDev);
-    else if constexpr (C == 1) return F(s, a.srcStep, a.roi, a.mean, a.stdDev);
-    else return F(s, a.srcStep, a.roi, a.coi, a.mean, a.stdDev);
+    if constexpr (MeanOnly && C == 1)
+        return F(s, a.srcStep, a.mask, a.maskStep, a.roi, a.mean);
+    else if constexpr (MeanOnly)
+        return F(s, a.srcStep, a.mask, a.maskStep, a.roi, a.coi, a.mean);
+    else if constexpr (Masked && C == 1)
+        return F(s, a.srcStep, a.mask, a.maskStep, a.roi, a.mean, a.stdDev);
+    else if constexpr (Masked)
+        return F(s, a.srcStep, a.mask, a.maskStep, a.roi, a.coi, a.mean, a.stdDev);
+    else if constexpr (C == 1)
+        return F(s, a.srcStep, a.roi, a.mean, a.stdDev);
+    else
+        return F(s, a.srcStep, a.roi, a.coi, a.mean, a.stdDev);
 }
 
 template <class T, int C, bool Masked, bool MeanOnly>
@@ -56,13 +62,18 @@ ZepStatus callScalar(const MeanArgs& a) {
     if constexpr (MeanOnly)
         return zep::stats::meanImage<Path::scalar, T, C>(s, a.srcStep, a.mask, a.maskStep, a.roi, a.coi, a.mean);
     else
-        return zep::stats::meanStdDevImage<Path::scalar, T, C, Masked>(s, a.srcStep, a.mask, a.maskStep, a.roi,
-                                                                       a.coi, a.mean, a.stdDev);
+        return zep::stats::meanStdDevImage<Path::scalar, T, C, Masked>(s, a.srcStep, a.mask, a.maskStep, a.roi, a.coi,
+                                                                       a.mean, a.stdDev);
 }
 
 template <class T, int C, bool Masked, bool MeanOnly, auto F>
 MeanCase meanCase(const char* name) {
-    return {name, sizeof(T), C, Masked, MeanOnly, &callExport<T, C, Masked, MeanOnly, F>,
+    return {name,
+            sizeof(T),
+            C,
+            Masked,
+            MeanOnly,
+            &callExport<T, C, Masked, MeanOnly, F>,
             &callScalar<T, C, Masked, MeanOnly>};
 }
 
@@ -135,9 +146,10 @@ TEST(Mean, VectorPathAgreesWithScalarDefinition) {
                     const std::vector<uint8_t> before = src.img.canvas.bytes();
                     const int coi = 1 + static_cast<int>(rng() % 3);
                     const MeanArgs a{src.img.data(), src.img.step(), mask.data(), mask.step(), {w, h}, coi,
-                                     nullptr, nullptr};
-                    expectAgreement(c, a, c.name + " width " + std::to_string(w) + " height " +
-                                              std::to_string(h) + " density " + std::to_string(int(d)));
+                                     nullptr,        nullptr};
+                    expectAgreement(c, a,
+                                    c.name + " width " + std::to_string(w) + " height " + std::to_string(h) +
+                                        " density " + std::to_string(int(d)));
                     ASSERT_EQ(src.img.canvas.bytes(), before) << c.name << " wrote its source";
                 }
             }
@@ -282,8 +294,9 @@ TEST(Mean, CheckOrder) {
         zt::expectCheckOrder(c.name, valid, call, breakers, {&out, &src.img.canvas, &mask.canvas});
         // Null outputs of Mean_StdDev are not an error.
         if (!c.meanOnly) {
-            EXPECT_EQ(c.exported({src.img.data(), src.img.step(), mask.data(), mask.step(), roi, 1, nullptr, nullptr}),
-                      zepStsOk);
+            EXPECT_EQ(
+                c.exported({src.img.data(), src.img.step(), mask.data(), mask.step(), roi, 1, nullptr, nullptr}),
+                zepStsOk);
         }
     }
 }

@@ -1,16 +1,16 @@
 // Extrema with positions: the vector path against the scalar definition, the
 // rules (first occurrence, start values, empty mask, optional outputs), the
 // check order, and OpenCV's minMaxLoc.
-#include <gtest/gtest.h>
+#include "stats/min_max.h"
 
-#include <opencv2/core.hpp>
+#include <gtest/gtest.h>
 
 #include <cfloat>
 #include <cmath>
+#include <opencv2/core.hpp>
 #include <random>
 #include <string>
 
-#include "stats/min_max.h"
 #include "stats/stats_support.h"
 #include "support/check_order.h"
 
@@ -64,8 +64,8 @@ ZepStatus callExport(const MinMaxArgs& a) {
 template <class T, int C, bool Masked>
 ZepStatus callScalar(const MinMaxArgs& a) {
     return zep::stats::minMaxImage<Path::scalar, T, C, Masked>(static_cast<const T*>(a.src), a.srcStep, a.mask,
-                                                               a.maskStep, a.roi, a.coi, a.minVal, a.maxVal,
-                                                               a.minAt, a.maxAt);
+                                                               a.maskStep, a.roi, a.coi, a.minVal, a.maxVal, a.minAt,
+                                                               a.maxAt);
 }
 
 template <class T, int C, bool Masked, auto F>
@@ -136,8 +136,8 @@ TEST(MinMax, VectorPathAgreesWithScalarDefinition) {
                         Image<uint8_t> mask = zt::makeMask(rng, w, h, d);
                         const std::vector<uint8_t> before = src.img.canvas.bytes();
                         Found ours, def;
-                        MinMaxArgs a{src.img.data(), src.img.step(), mask.data(), mask.step(), {w, h},
-                                     1 + int(rng() % 3), nullptr, nullptr, nullptr, nullptr};
+                        MinMaxArgs a{src.img.data(),     src.img.step(), mask.data(), mask.step(), {w, h},
+                                     1 + int(rng() % 3), nullptr,        nullptr,     nullptr,     nullptr};
                         a.into(ours);
                         const ZepStatus s = c.exported(a);
                         a.into(def);
@@ -145,8 +145,9 @@ TEST(MinMax, VectorPathAgreesWithScalarDefinition) {
                         const std::string what = c.name + " width " + std::to_string(w) + " height " +
                                                  std::to_string(h) + " kind " + std::to_string(int(kind)) +
                                                  " density " + std::to_string(int(d));
-                        ASSERT_TRUE(zt::sameValue(ours.minVal, def.minVal) && zt::sameValue(ours.maxVal, def.maxVal) &&
-                                    samePoint(ours.minAt, def.minAt) && samePoint(ours.maxAt, def.maxAt))
+                        ASSERT_TRUE(zt::sameValue(ours.minVal, def.minVal) &&
+                                    zt::sameValue(ours.maxVal, def.maxVal) && samePoint(ours.minAt, def.minAt) &&
+                                    samePoint(ours.maxAt, def.maxAt))
                             << what << ": " << show(ours) << " vs " << show(def);
                         ASSERT_EQ(src.img.canvas.bytes(), before) << what;
                     }
@@ -211,7 +212,8 @@ TEST(MinMax, EmptyMaskWritesZerosAndWarns) {
         Source src(rng, c, 40, 3, Values::random);
         Image<uint8_t> none = zt::makeMask(rng, 40, 3, zt::Density::none);
         Found f;
-        MinMaxArgs a{src.img.data(), src.img.step(), none.data(), none.step(), {40, 3}, 3, nullptr, nullptr, nullptr, nullptr};
+        MinMaxArgs a{src.img.data(), src.img.step(), none.data(), none.step(), {40, 3}, 3,
+                     nullptr,        nullptr,        nullptr,     nullptr};
         a.into(f);
         EXPECT_EQ(c.exported(a), zepStsEmptyMask) << c.name;
         EXPECT_TRUE(f.minVal == 0.0f && f.maxVal == 0.0f && samePoint(f.minAt, {0, 0}) && samePoint(f.maxAt, {0, 0}))
@@ -301,8 +303,8 @@ void comparePeers(int cvDepth) {
                     if constexpr (std::is_same_v<T, uint8_t>)
                         st = ch == 1 ? zepiMinMaxIndx_8u_C1MR(p, s, mask.data, ms, {w, h}, &f.minVal, &f.maxVal,
                                                               &f.minAt, &f.maxAt)
-                                     : zepiMinMaxIndx_8u_C3CMR(p, s, mask.data, ms, {w, h}, coi, &f.minVal,
-                                                               &f.maxVal, &f.minAt, &f.maxAt);
+                                     : zepiMinMaxIndx_8u_C3CMR(p, s, mask.data, ms, {w, h}, coi, &f.minVal, &f.maxVal,
+                                                               &f.minAt, &f.maxAt);
                     else if constexpr (std::is_same_v<T, uint16_t>)
                         st = ch == 1 ? zepiMinMaxIndx_16u_C1MR(p, s, mask.data, ms, {w, h}, &f.minVal, &f.maxVal,
                                                                &f.minAt, &f.maxAt)

@@ -23,11 +23,21 @@ inline Image<uint8_t> makeMask(std::mt19937& rng, int w, int h, Density d) {
         for (int x = 0; x < w; ++x) {
             const uint8_t on = static_cast<uint8_t>(1 + rng() % 255);
             switch (d) {
-                case Density::none: m.at(y)[x] = 0; break;
-                case Density::one: m.at(y)[x] = int64_t{y} * w + x == pick ? on : 0; break;
-                case Density::sparse: m.at(y)[x] = rng() % 10 == 0 ? on : 0; break;
-                case Density::dense: m.at(y)[x] = rng() % 10 != 0 ? on : 0; break;
-                case Density::all: m.at(y)[x] = on; break;
+                case Density::none:
+                    m.at(y)[x] = 0;
+                    break;
+                case Density::one:
+                    m.at(y)[x] = int64_t{y} * w + x == pick ? on : 0;
+                    break;
+                case Density::sparse:
+                    m.at(y)[x] = rng() % 10 == 0 ? on : 0;
+                    break;
+                case Density::dense:
+                    m.at(y)[x] = rng() % 10 != 0 ? on : 0;
+                    break;
+                case Density::all:
+                    m.at(y)[x] = on;
+                    break;
             }
         }
     return m;
