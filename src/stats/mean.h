@@ -1,0 +1,297 @@
+// Means and standard deviations of one channel, plain and masked: one pass
+// gives the sum, the sum of squares and the pixel count, then the mean and the
+// population deviation follow in double precision.
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <type_traits>
+
+#include "core/channel_lanes.h"
+#include "core/check.h"
+#include "core/image.h"
+
+namespace zep::stats {
+
+// The sums of one pass. count is the number of pixels summed.
+struct Moments {
+    double sum = 0.0;
+    double sumSq = 0.0;
+    int64_t count = 0;
+};
+
+// The sixteen double lanes of a 32f row combined pairwise: lane i with i + 8,
+// then i with i + 4, with i + 2, and the last two.
+inline double combineLanes(const double (&lane)[16]) {
+    double a[8];
+    for (int i = 0; i < 8; ++i) a[i] = lane[i] + lane[i + 8];
+    for (int i = 0; i < 4; ++i) a[i] = a[i] + a[i + 4];
+    for (int i = 0; i < 2; ++i) a[i] = a[i] + a[i + 2];
+    return a[0] + a[1];
+}
+
+// The same combination of two vectors holding lanes 0..7 and 8..15.
+inline double combineLanes(__m512d low, __m512d high) {
+    const __m512d a8 = _mm512_add_pd(low, high);
+    const __m256d a4 = _mm256_add_pd(_mm512_castpd512_pd256(a8), _mm512_extractf64x4_pd(a8, 1));
+    const __m128d a2 = _mm_add_pd(_mm256_castpd256_pd128(a4), _mm256_extractf128_pd(a4, 1));
+    return _mm_cvtsd_f64(_mm_add_sd(a2, _mm_unpackhi_pd(a2, a2)));
+}
+
+// The definition of the sums, pixel by pixel (channel 0-based; mask rows
+// unread when Masked is false).
+//
+// Order and precision: integer pixels are summed exactly in 64-bit integers
+// within a row (no order to speak of); the row's sums are converted to double
+// once and added to the totals in row order. 32f pixels are converted exactly
+// to double and summed into sixteen double lanes per row, the pixel at element
+// index i = x * C + channel going to lane i mod 16, each lane in increasing x;
+// squares are exact in double (24-bit significands), so there is no fused
+// multiply-add to choose. At the end of a row the lanes are combined pairwise
+// (combineLanes) and added to the totals in row order. This is what the
+// 16-lane vector pass computes, so the two agree bit for bit at every width.
+template <class T, int C, bool Masked, bool Squares>
+Moments momentsScalar(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi, int channel) {
+    Moments m;
+    for (int y = 0; y < roi.height; ++y) {
+        const T* row = src[y];
+        const uint8_t* sel = Masked ? mask[y] : nullptr;
+        if constexpr (std::is_floating_point_v<T>) {
+            double lane[16] = {}, laneSq[16] = {};
+            for (int x = 0; x < roi.width; ++x) {
+                if (Masked && sel[x] == 0) continue;
+                const int i = x * C + channel;
+                const double v = row[i];
+                lane[i & 15] += v;
+                if (Squares) laneSq[i & 15] += v * v;
+                ++m.count;
+            }
+            m.sum += combineLanes(lane);
+            if (Squares) m.sumSq += combineLanes(laneSq);
+        } else {
+            uint64_t s = 0, q = 0;
+            for (int x = 0; x < roi.width; ++x) {
+                if (Masked && sel[x] == 0) continue;
+                const uint64_t v = row[x * C + channel];
+                s += v;
+                q += v * v;
+                ++m.count;
+            }
+            m.sum += static_cast<double>(s);
+            if (Squares) m.sumSq += static_cast<double>(q);
+        }
+    }
+    return m;
+}
+
+// Vector sums of one row, per element type; row() adds the row to the totals.
+template <class T, bool Squares>
+struct RowSums;
+
+// 8u: sums by SAD against zero into eight 64-bit lanes; squares of the even
+// and odd bytes of each 16-bit lane apart, multiply-added in pairs into
+// sixteen 32-bit lanes (at most 4 * 255^2 = 260100 a lane a block), moved to
+// 64-bit lanes at the end of each span of 2^14 blocks (kSpan pixels).
+template <bool Squares>
+struct RowSums<uint8_t, Squares> {
+    __m512i sum = _mm512_setzero_si512(), sq = _mm512_setzero_si512();
+    __m512i sqEven = _mm512_setzero_si512(), sqOdd = _mm512_setzero_si512();
+
+    template <class Dense>
+    void block(__m512i v, uint64_t, Dense) {
+        sum = _mm512_add_epi64(sum, _mm512_sad_epu8(v, _mm512_setzero_si512()));
+        if constexpr (Squares) {
+            const __m512i even = _mm512_and_si512(v, _mm512_set1_epi16(0x00FF));
+            // The odd bytes moved down by a byte shuffle, which runs beside the multiplies.
+            const __m512i odd = _mm512_shuffle_epi8(
+                v, _mm512_set4_epi32(int(0x800F800D), int(0x800B8009), int(0x80078005), int(0x80038001)));
+            sqEven = _mm512_add_epi32(sqEven, _mm512_madd_epi16(even, even));
+            sqOdd = _mm512_add_epi32(sqOdd, _mm512_madd_epi16(odd, odd));
+        }
+    }
+    void span() {
+        if constexpr (Squares) {
+            const __m512i sq32 = _mm512_add_epi32(sqEven, sqOdd);
+            sq = _mm512_add_epi64(sq, _mm512_add_epi64(_mm512_cvtepu32_epi64(_mm512_castsi512_si256(sq32)),
+                                                       _mm512_cvtepu32_epi64(_mm512_extracti64x4_epi64(sq32, 1))));
+            sqEven = sqOdd = _mm512_setzero_si512();
+        }
+    }
+    void row(Moments& m) {
+        m.sum += static_cast<double>(static_cast<uint64_t>(_mm512_reduce_add_epi64(sum)));
+        sum = _mm512_setzero_si512();
+        if constexpr (Squares) {
+            m.sumSq += static_cast<double>(static_cast<uint64_t>(_mm512_reduce_add_epi64(sq)));
+            sq = _mm512_setzero_si512();
+        }
+    }
+};
+
+// 16u: the even and odd pixels of each 32-bit lane apart; sums in sixteen
+// 32-bit lanes (at most 131070 a lane a block, moved to 64-bit lanes at the
+// end of each span of 2^15 blocks), squares by 32x32->64-bit products into eight 64-bit lanes
+// (at most 2^34 a lane a block: no overflow within a row of 2^31 pixels).
+template <bool Squares>
+struct RowSums<uint16_t, Squares> {
+    __m512i sum = _mm512_setzero_si512(), sum32 = _mm512_setzero_si512(), sq = _mm512_setzero_si512();
+
+    template <class Dense>
+    void block(__m512i v, uint64_t, Dense) {
+        const __m512i even = _mm512_and_si512(v, _mm512_set1_epi32(0xFFFF));
+        const __m512i odd = _mm512_srli_epi32(v, 16);
+        sum32 = _mm512_add_epi32(sum32, _mm512_add_epi32(even, odd));
+        if constexpr (Squares) {
+            const __m512i even2 = _mm512_srli_epi64(even, 32), odd2 = _mm512_srli_epi64(odd, 32);
+            const __m512i a = _mm512_add_epi64(_mm512_mul_epu32(even, even), _mm512_mul_epu32(odd, odd));
+            const __m512i b = _mm512_add_epi64(_mm512_mul_epu32(even2, even2), _mm512_mul_epu32(odd2, odd2));
+            sq = _mm512_add_epi64(sq, _mm512_add_epi64(a, b));
+        }
+    }
+    void span() {
+        sum = _mm512_add_epi64(sum, _mm512_add_epi64(_mm512_cvtepu32_epi64(_mm512_castsi512_si256(sum32)),
+                                                     _mm512_cvtepu32_epi64(_mm512_extracti64x4_epi64(sum32, 1))));
+        sum32 = _mm512_setzero_si512();
+    }
+    void row(Moments& m) {
+        m.sum += static_cast<double>(static_cast<uint64_t>(_mm512_reduce_add_epi64(sum)));
+        sum = _mm512_setzero_si512();
+        if constexpr (Squares) {
+            m.sumSq += static_cast<double>(static_cast<uint64_t>(_mm512_reduce_add_epi64(sq)));
+            sq = _mm512_setzero_si512();
+        }
+    }
+};
+
+// 32f: lanes 0..7 and 8..15 widened exactly to double and added, under the
+// lane mask, into two vectors of double lanes: vector lane L is element index
+// mod 16 (see ChannelLanes), as in the definition.
+template <bool Squares>
+struct RowSums<float, Squares> {
+    __m512d s0 = _mm512_setzero_pd(), s1 = _mm512_setzero_pd(), q0 = _mm512_setzero_pd(), q1 = _mm512_setzero_pd();
+
+    template <class Dense>
+    void block(__m512i bits, uint64_t lanes, Dense) {
+        const __m512 v = _mm512_castsi512_ps(bits);
+        const __m512d d0 = _mm512_cvtps_pd(_mm512_castps512_ps256(v));
+        const __m512d d1 = _mm512_cvtps_pd(_mm256_castsi256_ps(_mm512_extracti64x4_epi64(bits, 1)));
+        if constexpr (Dense::value) {
+            s0 = _mm512_add_pd(s0, d0);
+            s1 = _mm512_add_pd(s1, d1);
+            if constexpr (Squares) {
+                q0 = _mm512_add_pd(q0, _mm512_mul_pd(d0, d0));
+                q1 = _mm512_add_pd(q1, _mm512_mul_pd(d1, d1));
+            }
+        } else {
+            const auto k0 = static_cast<__mmask8>(lanes), k1 = static_cast<__mmask8>(lanes >> 8);
+            s0 = _mm512_mask_add_pd(s0, k0, s0, d0);
+            s1 = _mm512_mask_add_pd(s1, k1, s1, d1);
+            if constexpr (Squares) {
+                q0 = _mm512_mask_add_pd(q0, k0, q0, _mm512_mul_pd(d0, d0));
+                q1 = _mm512_mask_add_pd(q1, k1, q1, _mm512_mul_pd(d1, d1));
+            }
+        }
+    }
+    void span() {}
+    void row(Moments& m) {
+        m.sum += combineLanes(s0, s1);
+        s0 = s1 = _mm512_setzero_pd();
+        if constexpr (Squares) {
+            m.sumSq += combineLanes(q0, q1);
+            q0 = q1 = _mm512_setzero_pd();
+        }
+    }
+};
+
+// Pixels of a row summed before the integer kernels move their 32-bit lane
+// sums to 64-bit lanes.
+inline constexpr int kSpan = 1 << 20;
+
+// The vector pass: blocks of 64 bytes of the channel (ChannelLanes), masked
+// lanes and row tails under lane masks, counts from the lane masks; rows in
+// spans of kSpan pixels.
+template <class T, int C, bool Masked, bool Squares>
+Moments momentsVector(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi, int channel) {
+    const simd::ChannelLanes<T, C> lanes(channel);
+    RowSums<T, Squares> acc;
+    Moments m;
+    int64_t count = 0;
+    for (int y = 0; y < roi.height; ++y) {
+        for (int x = 0; x < roi.width; x += kSpan) {
+            simd::forEachBlock(lanes, src[y] + int64_t{x} * C, Masked ? mask[y] + x : nullptr,
+                               std::min(kSpan, roi.width - x), [&](__m512i v, uint64_t used, auto dense) {
+                                   acc.block(v, used, dense);
+                                   if constexpr (Masked) count += __builtin_popcountll(used);
+                               });
+            acc.span();
+        }
+        acc.row(m);
+    }
+    m.count = Masked ? count : int64_t{roi.width} * roi.height;
+    return m;
+}
+
+template <Path P, class T, int C, bool Masked, bool Squares>
+Moments moments(const T* src, int srcStep, const uint8_t* mask, int maskStep, ImageSize roi, int channel) {
+    if constexpr (P == Path::scalar)
+        return momentsScalar<T, C, Masked, Squares>(rows(src, srcStep), rows(mask, maskStep), roi, channel);
+    else
+        return momentsVector<T, C, Masked, Squares>(rows(src, srcStep), rows(mask, maskStep), roi, channel);
+}
+
+// The checks shared by the statistics: source (and mask) null, extra pointers
+// required by the form, the ROI, the source step then the mask step against
+// their rows, the source step's multiple, the channel of interest (C3C forms).
+template <class T, int C, bool Masked>
+Checks statsChecks(const T* src, int srcStep, const uint8_t* mask, int maskStep, ImageSize roi, int coi,
+                   bool outputMissing = false) {
+    Checks c;
+    c.notNull(src);
+    if constexpr (Masked) c.notNull(mask);
+    c.fail(outputMissing, zepStsNullPointer);
+    c.roi(roi);
+    if constexpr (Masked)
+        c.steps({rowOf<T>(srcStep, roi.width, C), rowOf<uint8_t>(maskStep, roi.width)});
+    else
+        c.steps({rowOf<T>(srcStep, roi.width, C)});
+    if constexpr (C == 3) c.fail(coi < 1 || coi > 3, zepStsBadChannelOfInterest);
+    return c;
+}
+
+// The masked mean: sum / count, 0 when the mask selects no pixel.
+template <Path P, class T, int C>
+ZepStatus meanImage(const T* src, int srcStep, const uint8_t* mask, int maskStep, ImageSize roi, int coi,
+                    double* mean) {
+    return statsChecks<T, C, true>(src, srcStep, mask, maskStep, roi, coi, mean == nullptr).run([&] {
+        const Moments m = moments<P, T, C, true, false>(src, srcStep, mask, maskStep, roi, C == 3 ? coi - 1 : 0);
+        *mean = m.count == 0 ? 0.0 : m.sum / static_cast<double>(m.count);
+    });
+}
+
+// Mean and population deviation: mean = sum / n, meanSq = sumSq / n,
+// deviation = sqrt(|meanSq - mean * mean|) with the difference fused; the
+// absolute value (not a clamp at 0) covers a variance that rounding made
+// slightly negative. Both 0 when n is 0. Null outputs are not written, and
+// squares are not summed when the deviation is not asked for.
+template <Path P, class T, int C, bool Masked>
+ZepStatus meanStdDevImage(const T* src, int srcStep, const uint8_t* mask, int maskStep, ImageSize roi, int coi,
+                          double* mean, double* stdDev) {
+    return statsChecks<T, C, Masked>(src, srcStep, mask, maskStep, roi, coi).run([&] {
+        if (mean == nullptr && stdDev == nullptr) return;
+        const int channel = C == 3 ? coi - 1 : 0;
+        const Moments m = stdDev != nullptr
+                              ? moments<P, T, C, Masked, true>(src, srcStep, mask, maskStep, roi, channel)
+                              : moments<P, T, C, Masked, false>(src, srcStep, mask, maskStep, roi, channel);
+        double mu = 0.0, sigma = 0.0;
+        if (m.count != 0) {
+            const double n = static_cast<double>(m.count);
+            mu = m.sum / n;
+            const double meanSq = m.sumSq / n;
+            sigma = std::sqrt(std::fabs(std::fma(-mu, mu, meanSq)));
+        }
+        if (mean != nullptr) *mean = mu;
+        if (stdDev != nullptr) *stdDev = sigma;
+    });
+}
+
+}  // namespace zep::stats
