@@ -141,12 +141,15 @@ inline void rowDistances(Rows<const uint8_t> src, IntRows g, ImageSize roi) {
             const __mmask16 lanes = simd::firstLanes16(std::min(16, w - x));
             const __mmask16 z = _mm_mask_cmpeq_epi8_mask(lanes, _mm_maskz_loadu_epi8(lanes, s + x), zero);
             const __m512i pos = _mm512_add_epi32(idx, _mm512_set1_epi32(x));
-            __m512i v = _mm512_mask_mov_epi32(carry, z, pos);
-            v = _mm512_max_epi32(v, _mm512_alignr_epi32(v, carry, 15));
-            v = _mm512_max_epi32(v, _mm512_alignr_epi32(v, carry, 14));
-            v = _mm512_max_epi32(v, _mm512_alignr_epi32(v, carry, 12));
-            v = _mm512_max_epi32(v, _mm512_alignr_epi32(v, carry, 8));
-            carry = _mm512_permutexvar_epi32(_mm512_set1_epi32(15), v);
+            __m512i v = carry;  // a block without a zero keeps the carry
+            if (z) {
+                v = _mm512_mask_mov_epi32(carry, z, pos);
+                v = _mm512_max_epi32(v, _mm512_alignr_epi32(v, carry, 15));
+                v = _mm512_max_epi32(v, _mm512_alignr_epi32(v, carry, 14));
+                v = _mm512_max_epi32(v, _mm512_alignr_epi32(v, carry, 12));
+                v = _mm512_max_epi32(v, _mm512_alignr_epi32(v, carry, 8));
+                carry = _mm512_permutexvar_epi32(_mm512_set1_epi32(15), v);
+            }
             _mm512_mask_storeu_epi32(out + x, lanes, _mm512_sub_epi32(pos, v));
         }
         // From the right: the position of the next zero at or after x.
@@ -155,12 +158,15 @@ inline void rowDistances(Rows<const uint8_t> src, IntRows g, ImageSize roi) {
             const __mmask16 lanes = simd::firstLanes16(std::min(16, w - x));
             const __mmask16 z = _mm_mask_cmpeq_epi8_mask(lanes, _mm_maskz_loadu_epi8(lanes, s + x), zero);
             const __m512i pos = _mm512_add_epi32(idx, _mm512_set1_epi32(x));
-            __m512i v = _mm512_mask_mov_epi32(carry, z, pos);
-            v = _mm512_min_epi32(v, _mm512_alignr_epi32(carry, v, 1));
-            v = _mm512_min_epi32(v, _mm512_alignr_epi32(carry, v, 2));
-            v = _mm512_min_epi32(v, _mm512_alignr_epi32(carry, v, 4));
-            v = _mm512_min_epi32(v, _mm512_alignr_epi32(carry, v, 8));
-            carry = _mm512_permutexvar_epi32(_mm512_setzero_si512(), v);
+            __m512i v = carry;
+            if (z) {
+                v = _mm512_mask_mov_epi32(carry, z, pos);
+                v = _mm512_min_epi32(v, _mm512_alignr_epi32(carry, v, 1));
+                v = _mm512_min_epi32(v, _mm512_alignr_epi32(carry, v, 2));
+                v = _mm512_min_epi32(v, _mm512_alignr_epi32(carry, v, 4));
+                v = _mm512_min_epi32(v, _mm512_alignr_epi32(carry, v, 8));
+                carry = _mm512_permutexvar_epi32(_mm512_setzero_si512(), v);
+            }
             const __m512i left = _mm512_maskz_loadu_epi32(lanes, out + x);
             const __m512i d = _mm512_min_epi32(left, _mm512_sub_epi32(v, pos));
             _mm512_mask_storeu_epi32(out + x, lanes, _mm512_mask_mov_epi32(d, _mm512_cmpgt_epi32_mask(d, width), none));
