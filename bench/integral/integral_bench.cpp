@@ -1,7 +1,7 @@
 // Integral tables and rectangle deviation beside cv::integral.
-#include <opencv2/imgproc.hpp>
-
 #include <zepcv.h>
+
+#include <opencv2/imgproc.hpp>
 
 #include "support/bench.h"
 
@@ -62,10 +62,12 @@ void registerAll() {
     });
     // OpenCV builds its tilted table only beside the upright ones.
     reg("TiltedIntegral_8u32s_C1R", CV_32S, -1, 2, [](Images& i) {
-        zepiTiltedIntegral_8u32s_C1R(i.src.data, st(i.src), i.sum.ptr<int32_t>(), st(i.sum), {i.src.cols, i.src.rows}, 0);
+        zepiTiltedIntegral_8u32s_C1R(i.src.data, st(i.src), i.sum.ptr<int32_t>(), st(i.sum), {i.src.cols, i.src.rows},
+                                     0);
     });
     reg("TiltedIntegral_8u32f_C1R", CV_32F, -1, 2, [](Images& i) {
-        zepiTiltedIntegral_8u32f_C1R(i.src.data, st(i.src), i.sum.ptr<float>(), st(i.sum), {i.src.cols, i.src.rows}, 0);
+        zepiTiltedIntegral_8u32f_C1R(i.src.data, st(i.src), i.sum.ptr<float>(), st(i.sum), {i.src.cols, i.src.rows},
+                                     0);
     });
     reg("TiltedSqrIntegral_8u32s64f_C1R", CV_32S, CV_64F, 3, [](Images& i) {
         zepiTiltedSqrIntegral_8u32s64f_C1R(i.src.data, st(i.src), i.sum.ptr<int32_t>(), st(i.sum), i.sq.ptr<double>(),

@@ -19,19 +19,19 @@ ZEPCV_API ZepStatus zepiDistanceTransform_3x3_8u_C1R(const uint8_t* pSrc, int sr
                                                      ImageSize roiSize, const int32_t* pMetrics);
 ZEPCV_API ZepStatus zepiDistanceTransform_3x3_8u_C1IR(uint8_t* pSrcDst, int srcDstStep, ImageSize roiSize,
                                                       const int32_t* pMetrics);
-ZEPCV_API ZepStatus zepiDistanceTransform_3x3_8u16u_C1R(const uint8_t* pSrc, int srcStep, uint16_t* pDst,
-                                                        int dstStep, ImageSize roiSize, const int32_t* pMetrics);
-ZEPCV_API ZepStatus zepiDistanceTransform_3x3_8u32f_C1R(const uint8_t* pSrc, int srcStep, float* pDst,
-                                                        int dstStep, ImageSize roiSize, const float* pMetrics);
+ZEPCV_API ZepStatus zepiDistanceTransform_3x3_8u16u_C1R(const uint8_t* pSrc, int srcStep, uint16_t* pDst, int dstStep,
+                                                        ImageSize roiSize, const int32_t* pMetrics);
+ZEPCV_API ZepStatus zepiDistanceTransform_3x3_8u32f_C1R(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep,
+                                                        ImageSize roiSize, const float* pMetrics);
 /* 5x5 chamfer transforms; pMetrics = {a, b, c}. */
 ZEPCV_API ZepStatus zepiDistanceTransform_5x5_8u_C1R(const uint8_t* pSrc, int srcStep, uint8_t* pDst, int dstStep,
                                                      ImageSize roiSize, const int32_t* pMetrics);
 ZEPCV_API ZepStatus zepiDistanceTransform_5x5_8u_C1IR(uint8_t* pSrcDst, int srcDstStep, ImageSize roiSize,
                                                       const int32_t* pMetrics);
-ZEPCV_API ZepStatus zepiDistanceTransform_5x5_8u16u_C1R(const uint8_t* pSrc, int srcStep, uint16_t* pDst,
-                                                        int dstStep, ImageSize roiSize, const int32_t* pMetrics);
-ZEPCV_API ZepStatus zepiDistanceTransform_5x5_8u32f_C1R(const uint8_t* pSrc, int srcStep, float* pDst,
-                                                        int dstStep, ImageSize roiSize, const float* pMetrics);
+ZEPCV_API ZepStatus zepiDistanceTransform_5x5_8u16u_C1R(const uint8_t* pSrc, int srcStep, uint16_t* pDst, int dstStep,
+                                                        ImageSize roiSize, const int32_t* pMetrics);
+ZEPCV_API ZepStatus zepiDistanceTransform_5x5_8u32f_C1R(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep,
+                                                        ImageSize roiSize, const float* pMetrics);
 
 /* Standard chamfer costs for mask type 10 * kernelSize + norm (norm 0
  * chessboard, 1 city block, 2 Euclidean), as single precision. */

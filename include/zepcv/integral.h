@@ -18,8 +18,7 @@ extern "C" {
 #endif
 
 /* Upright sum table of a 32f source, starting from 0. */
-ZEPCV_API ZepStatus zepiIntegral_32f_C1R(const float* pSrc, int srcStep, float* pDst, int dstStep,
-                                         ImageSize roiSize);
+ZEPCV_API ZepStatus zepiIntegral_32f_C1R(const float* pSrc, int srcStep, float* pDst, int dstStep, ImageSize roiSize);
 /* Upright sum table, offset val, single-precision running sums. */
 ZEPCV_API ZepStatus zepiIntegral_8u32f_C1R(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep,
                                            ImageSize roiSize, float val);
@@ -49,9 +48,9 @@ ZEPCV_API ZepStatus zepiTiltedSqrIntegral_8u32s_C1R(const uint8_t* pSrc, int src
                                                     int32_t* pSqr, int sqrStep, ImageSize roiSize, int32_t val,
                                                     int32_t valSqr);
 /* Tilted wrapping 32-bit sum table and double square table. */
-ZEPCV_API ZepStatus zepiTiltedSqrIntegral_8u32s64f_C1R(const uint8_t* pSrc, int srcStep, int32_t* pDst,
-                                                       int dstStep, double* pSqr, int sqrStep, ImageSize roiSize,
-                                                       int32_t val, double valSqr);
+ZEPCV_API ZepStatus zepiTiltedSqrIntegral_8u32s64f_C1R(const uint8_t* pSrc, int srcStep, int32_t* pDst, int dstStep,
+                                                       double* pSqr, int sqrStep, ImageSize roiSize, int32_t val,
+                                                       double valSqr);
 /* Tilted single-precision sum table and double square table. */
 ZEPCV_API ZepStatus zepiTiltedSqrIntegral_8u32f64f_C1R(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep,
                                                        double* pSqr, int sqrStep, ImageSize roiSize, float val,
@@ -74,10 +73,9 @@ ZEPCV_API ZepStatus zepiRectStdDev_32s_C1RSfs(const int32_t* pSrc, int srcStep, 
 /* The same on tilted tables: corners A = T(i+x+y, j+x-y), B = A + (w, w),
  * C = A + (h, -h), D = A + (w+h, w-h); sum = (A - C) - (B - D), n = 2wh. */
 ZEPCV_API ZepStatus zepiTiltedRectStdDev_32f_C1R(const float* pSrc, int srcStep, const double* pSqr, int sqrStep,
-                                                 float* pDst, int dstStep, ImageSize roiSize,
-                                                 const ImageRect* rect);
-ZEPCV_API ZepStatus zepiTiltedRectStdDev_32s32f_C1R(const int32_t* pSrc, int srcStep, const double* pSqr,
-                                                    int sqrStep, float* pDst, int dstStep, ImageSize roiSize,
+                                                 float* pDst, int dstStep, ImageSize roiSize, const ImageRect* rect);
+ZEPCV_API ZepStatus zepiTiltedRectStdDev_32s32f_C1R(const int32_t* pSrc, int srcStep, const double* pSqr, int sqrStep,
+                                                    float* pDst, int dstStep, ImageSize roiSize,
                                                     const ImageRect* rect);
 ZEPCV_API ZepStatus zepiTiltedRectStdDev_32s_C1RSfs(const int32_t* pSrc, int srcStep, const int32_t* pSqr,
                                                     int sqrStep, int32_t* pDst, int dstStep, ImageSize roiSize,

@@ -24,8 +24,10 @@ namespace zep::distance {
 
 template <class D>
 constexpr D farValue() {
-    if constexpr (std::is_same_v<D, float>) return FLT_MAX;
-    else return std::numeric_limits<D>::max();
+    if constexpr (std::is_same_v<D, float>)
+        return FLT_MAX;
+    else
+        return std::numeric_limits<D>::max();
 }
 
 // Step costs in the destination's arithmetic: integer costs clamped to the
@@ -241,14 +243,18 @@ void chamfer(Rows<const uint8_t> src, Rows<D> dst, ImageSize roi, Costs<D> k) {
 template <Path P, class D, int Mask, class C>
 ZepStatus chamferImage(const uint8_t* src, int srcStep, D* dst, int dstStep, ImageSize roi, const C* metrics) {
     Checks checks;
-    checks.notNull(src, dst, metrics).roi(roi).steps({rowOf<uint8_t>(srcStep, roi.width), rowOf<D>(dstStep, roi.width)});
+    checks.notNull(src, dst, metrics)
+        .roi(roi)
+        .steps({rowOf<uint8_t>(srcStep, roi.width), rowOf<D>(dstStep, roi.width)});
     if (checks.status() != zepStsOk) return checks.status();
     constexpr int n = Mask == 3 ? 2 : 3;
     C m[3] = {metrics[0], metrics[1], metrics[0]};
     if constexpr (n == 3) m[2] = metrics[2];
     for (int i = 0; i < n; ++i) {
-        if constexpr (std::is_same_v<C, float>) checks.fail(!(m[i] > 0.0f), zepStsBadMetric);
-        else checks.fail(m[i] < 1, zepStsBadMetric);
+        if constexpr (std::is_same_v<C, float>)
+            checks.fail(!(m[i] > 0.0f), zepStsBadMetric);
+        else
+            checks.fail(m[i] < 1, zepStsBadMetric);
     }
     return checks.run([&] {
         if (m[0] > m[1] && roi.width >= 2 && roi.height >= 2) m[0] = m[1];

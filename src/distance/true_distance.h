@@ -57,7 +57,8 @@ void columnDistances(Rows<const uint8_t> src, IntRows g, ImageSize roi) {
             for (; x + 16 <= w; x += 16) {
                 const __m128i p = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src[y] + x));
                 // kNoZero + 1 wraps to 0x80000000, above kNoZero as unsigned.
-                const __m512i above = y == 0 ? none : _mm512_min_epu32(_mm512_add_epi32(simd::load512(g[y - 1] + x), one), none);
+                const __m512i above =
+                    y == 0 ? none : _mm512_min_epu32(_mm512_add_epi32(simd::load512(g[y - 1] + x), one), none);
                 simd::store512(g[y] + x, _mm512_maskz_mov_epi32(_mm_test_epi8_mask(p, p), above));
             }
         }
@@ -124,6 +125,11 @@ inline void envelopeRow(AliasI32* g, float* out, int w, int32_t* apex, int64_t* 
 // an integer below 2^47, exact in double, so the result equals the scalar
 // method's bit for bit.
 
+// GCC 12 builds the "undefined" source of some conversions by
+// self-initialisation, which -Wuninitialized reports where they are inlined.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+
 // Largest side handled by the vector method (rows and distances fit 15 bits).
 constexpr int kVectorSide = 32767;
 
@@ -169,7 +175,8 @@ inline void rowDistances(Rows<const uint8_t> src, IntRows g, ImageSize roi) {
             }
             const __m512i left = _mm512_maskz_loadu_epi32(lanes, out + x);
             const __m512i d = _mm512_min_epi32(left, _mm512_sub_epi32(v, pos));
-            _mm512_mask_storeu_epi32(out + x, lanes, _mm512_mask_mov_epi32(d, _mm512_cmpgt_epi32_mask(d, width), none));
+            _mm512_mask_storeu_epi32(out + x, lanes,
+                                     _mm512_mask_mov_epi32(d, _mm512_cmpgt_epi32_mask(d, width), none));
         }
     }
 }
@@ -214,7 +221,8 @@ inline void columnStrip(IntRows g, Rows<float> dst, int height, int x0, int coun
         has3 = (has3 & ~k) | deeper;
         const __m256i at = _mm256_add_epi32(_mm256_mullo_epi32(u.below, lanesV), laneIdx);
         const __m256i e = _mm256_mmask_i32gather_epi32(zero, deeper, at, entries, 4);
-        const Level next{u.below, _mm256_sub_epi32(_mm256_srli_epi32(e, 16), one), valueOf(u.below, _mm256_and_si256(e, low16))};
+        const Level next{u.below, _mm256_sub_epi32(_mm256_srli_epi32(e, 16), one),
+                         valueOf(u.below, _mm256_and_si256(e, low16))};
         u = select(deeper, u, next);
     };
     for (int q = 0; q < height; ++q) {
@@ -258,7 +266,8 @@ inline void columnStrip(IntRows g, Rows<float> dst, int height, int x0, int coun
         };
         raise(takeOver());
         for (__mmask8 step = takeOver(); step; step = takeOver()) raise(step);
-        const __m512d d2 = _mm512_add_pd(_mm512_sub_pd(t.f, _mm512_mul_pd(twoQ, _mm512_cvtepi32_pd(t.row))), _mm512_mul_pd(qd, qd));
+        const __m512d d2 =
+            _mm512_add_pd(_mm512_sub_pd(t.f, _mm512_mul_pd(twoQ, _mm512_cvtepi32_pd(t.row))), _mm512_mul_pd(qd, qd));
         const __m256 d = _mm256_mask_mov_ps(inf, has1, _mm256_sqrt_ps(_mm512_cvtpd_ps(d2)));
         _mm256_mask_storeu_ps(dst[q] + x0, active, d);
     }
@@ -273,6 +282,8 @@ inline void trueDistanceVector(Rows<const uint8_t> src, Rows<float> dst, ImageSi
     for (int x0 = 0; x0 < roi.width; x0 += lanes)
         columnStrip(g, dst, roi.height, x0, std::min(lanes, roi.width - x0), lanes, entries);
 }
+
+#pragma GCC diagnostic pop
 
 template <Path P>
 void trueDistance(Rows<const uint8_t> src, Rows<float> dst, ImageSize roi, uint8_t* buffer) {

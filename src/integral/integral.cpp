@@ -7,19 +7,19 @@ using zep::integral::None;
 
 ZEP_EXPORT(zepiIntegral_32f_C1R)(const float* pSrc, int srcStep, float* pDst, int dstStep, ImageSize roiSize) {
     return integralImage<Path::vector, false, float, float, None>(pSrc, srcStep, pDst, dstStep, nullptr, 0, roiSize,
-                                                                   0.0f, None{});
+                                                                  0.0f, None{});
 }
 
 ZEP_EXPORT(zepiIntegral_8u32f_C1R)
 (const uint8_t* pSrc, int srcStep, float* pDst, int dstStep, ImageSize roiSize, float val) {
-    return integralImage<Path::vector, false, uint8_t, float, None>(pSrc, srcStep, pDst, dstStep, nullptr, 0,
-                                                                     roiSize, val, None{});
+    return integralImage<Path::vector, false, uint8_t, float, None>(pSrc, srcStep, pDst, dstStep, nullptr, 0, roiSize,
+                                                                    val, None{});
 }
 
 ZEP_EXPORT(zepiIntegral_8u32s_C1R)
 (const uint8_t* pSrc, int srcStep, int32_t* pDst, int dstStep, ImageSize roiSize, int32_t val) {
     return integralImage<Path::vector, false, uint8_t, int32_t, None>(pSrc, srcStep, pDst, dstStep, nullptr, 0,
-                                                                       roiSize, val, None{});
+                                                                      roiSize, val, None{});
 }
 
 ZEP_EXPORT(zepiSqrIntegral_8u32s_C1R)
@@ -43,13 +43,13 @@ ZEP_EXPORT(zepiSqrIntegral_8u32f64f_C1R)
 ZEP_EXPORT(zepiTiltedIntegral_8u32s_C1R)
 (const uint8_t* pSrc, int srcStep, int32_t* pDst, int dstStep, ImageSize roiSize, int32_t val) {
     return integralImage<Path::vector, true, uint8_t, int32_t, None>(pSrc, srcStep, pDst, dstStep, nullptr, 0,
-                                                                      roiSize, val, None{});
+                                                                     roiSize, val, None{});
 }
 
 ZEP_EXPORT(zepiTiltedIntegral_8u32f_C1R)
 (const uint8_t* pSrc, int srcStep, float* pDst, int dstStep, ImageSize roiSize, float val) {
-    return integralImage<Path::vector, true, uint8_t, float, None>(pSrc, srcStep, pDst, dstStep, nullptr, 0,
-                                                                    roiSize, val, None{});
+    return integralImage<Path::vector, true, uint8_t, float, None>(pSrc, srcStep, pDst, dstStep, nullptr, 0, roiSize,
+                                                                   val, None{});
 }
 
 ZEP_EXPORT(zepiTiltedSqrIntegral_8u32s_C1R)

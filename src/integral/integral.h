@@ -166,8 +166,10 @@ void uprightRow(const Src* src, const S* above, S* out, const Q* aboveQ, Q* outQ
     if constexpr (P == Path::vector) {
         if (width >= 16) {
             typename VecOf<S>::type cs;
-            if constexpr (std::is_same_v<S, float>) cs = _mm512_setzero_ps();
-            else cs = _mm512_setzero_si512();
+            if constexpr (std::is_same_v<S, float>)
+                cs = _mm512_setzero_ps();
+            else
+                cs = _mm512_setzero_si512();
             __m512i cq = _mm512_setzero_si512();
             __m512d cqd = _mm512_setzero_pd();
             for (; x + 16 <= width; x += 16) {
@@ -194,20 +196,22 @@ void uprightRow(const Src* src, const S* above, S* out, const Q* aboveQ, Q* outQ
                 } else if constexpr (std::is_same_v<Q, double>) {
                     const __m512i q = prefix16(_mm512_mullo_epi32(pix, pix));
                     const __m512d lo = _mm512_add_pd(cqd, _mm512_cvtepi32_pd(_mm512_castsi512_si256(q)));
-                    const __m512d hi =
-                        _mm512_add_pd(cqd, _mm512_cvtepi32_pd(_mm512_extracti64x4_epi64(q, 1)));
+                    const __m512d hi = _mm512_add_pd(cqd, _mm512_cvtepi32_pd(_mm512_extracti64x4_epi64(q, 1)));
                     cqd = _mm512_permutexvar_pd(_mm512_set1_epi64(7), hi);
                     _mm512_storeu_pd(outQ + x + 1, _mm512_add_pd(_mm512_loadu_pd(aboveQ + x + 1), lo));
                     _mm512_storeu_pd(outQ + x + 9, _mm512_add_pd(_mm512_loadu_pd(aboveQ + x + 9), hi));
                 }
             }
-            if constexpr (std::is_same_v<S, float>) carry = _mm512_cvtss_f32(cs);
-            else carry = _mm512_cvtsi512_si32(cs);
+            if constexpr (std::is_same_v<S, float>)
+                carry = _mm512_cvtss_f32(cs);
+            else
+                carry = _mm512_cvtsi512_si32(cs);
             if constexpr (std::is_same_v<Q, int32_t>) carryQ = _mm512_cvtsi512_si32(cq);
             if constexpr (std::is_same_v<Q, double>) carryQ = _mm512_cvtsd_f64(cqd);
         }
     }
-    for (; x < width; x += 16) scalarBlock<Src, S, Q>(src, above, out, aboveQ, outQ, x, std::min(16, width - x), carry, carryQ);
+    for (; x < width; x += 16)
+        scalarBlock<Src, S, Q>(src, above, out, aboveQ, outQ, x, std::min(16, width - x), carry, carryQ);
 }
 
 template <Path P, class Src, class S, class Q>
@@ -286,7 +290,8 @@ void tiltedRow(const uint8_t* s, const T* up2, const T* up1, T* out, int width) 
             }
         }
     }
-    for (; c < width; ++c) out[c] = tiltedElement(up1[c - 1], up1[c + 1], up2[c], pix<Square>(s, c - 1) + pix<Square>(s, c));
+    for (; c < width; ++c)
+        out[c] = tiltedElement(up1[c - 1], up1[c + 1], up2[c], pix<Square>(s, c - 1) + pix<Square>(s, c));
     out[width] = tiltedElement(up1[width - 1], up1[width + 1], up2[width], pix<Square>(s, width - 1));
     out[width + 1] = up1[width];
 }
@@ -326,8 +331,7 @@ ZepStatus integralImage(const Src* src, int srcStep, S* sum, int sumStep, Q* sq,
             if constexpr (Tilted)
                 tiltedTable<P, S, Q>(rows(src, srcStep), rows(sum, sumStep), rows(sq, sqStep), roi, val, valQ);
             else
-                uprightTable<P, Src, S, Q>(rows(src, srcStep), rows(sum, sumStep), rows(sq, sqStep), roi, val,
-                                           valQ);
+                uprightTable<P, Src, S, Q>(rows(src, srcStep), rows(sum, sumStep), rows(sq, sqStep), roi, val, valQ);
         });
 }
 

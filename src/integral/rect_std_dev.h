@@ -98,8 +98,9 @@ void deviationRows(Rows<const S> sum, Rows<const Q> sq, Rows<D> dst, ImageSize r
                 if constexpr (std::is_same_v<D, float>) {
                     __m512d sLo, sHi;
                     if constexpr (std::is_same_v<S, float>) {
-                        const __m512 s = _mm512_sub_ps(_mm512_sub_ps(_mm512_loadu_ps(ps[0] + j), _mm512_loadu_ps(ps[1] + j)),
-                                                       _mm512_sub_ps(_mm512_loadu_ps(ps[2] + j), _mm512_loadu_ps(ps[3] + j)));
+                        const __m512 s =
+                            _mm512_sub_ps(_mm512_sub_ps(_mm512_loadu_ps(ps[0] + j), _mm512_loadu_ps(ps[1] + j)),
+                                          _mm512_sub_ps(_mm512_loadu_ps(ps[2] + j), _mm512_loadu_ps(ps[3] + j)));
                         sLo = _mm512_cvtps_pd(_mm512_castps512_ps256(s));
                         sHi = _mm512_cvtps_pd(_mm256_castpd_ps(_mm512_extractf64x4_pd(_mm512_castps_pd(s), 1)));
                     } else {
@@ -108,8 +109,9 @@ void deviationRows(Rows<const S> sum, Rows<const Q> sq, Rows<D> dst, ImageSize r
                         sHi = _mm512_cvtepi32_pd(_mm512_extracti64x4_epi64(s, 1));
                     }
                     auto var = [&](__m512d s, int o) {
-                        const __m512d q = _mm512_sub_pd(_mm512_sub_pd(_mm512_loadu_pd(pq[0] + j + o), _mm512_loadu_pd(pq[1] + j + o)),
-                                                        _mm512_sub_pd(_mm512_loadu_pd(pq[2] + j + o), _mm512_loadu_pd(pq[3] + j + o)));
+                        const __m512d q = _mm512_sub_pd(
+                            _mm512_sub_pd(_mm512_loadu_pd(pq[0] + j + o), _mm512_loadu_pd(pq[1] + j + o)),
+                            _mm512_sub_pd(_mm512_loadu_pd(pq[2] + j + o), _mm512_loadu_pd(pq[3] + j + o)));
                         const __m512d mean = _mm512_mul_pd(s, invV);
                         return _mm512_cvtpd_ps(_mm512_fnmadd_pd(mean, mean, _mm512_mul_pd(q, invV)));
                     };
@@ -146,8 +148,8 @@ ZepStatus rectStdDev(const S* sum, int sumStep, const Q* sq, int sqStep, D* dst,
     checks.notNull(sum, sq, dst, rect).roi(roi);
     if (checks.status() != zepStsOk) return checks.status();
     const ImageRect r = *rect;
-    const int64_t cols = Tilted ? int64_t{r.x} + r.y + r.width + r.height + roi.width - 1
-                                : int64_t{r.x} + roi.width + r.width;
+    const int64_t cols =
+        Tilted ? int64_t{r.x} + r.y + r.width + r.height + roi.width - 1 : int64_t{r.x} + roi.width + r.width;
     return checks
         .steps({StepRule{sumStep, cols * int64_t{sizeof(S)}, int64_t{sizeof(S)}}, rowOf<D>(dstStep, roi.width),
                 StepRule{sqStep, cols * int64_t{sizeof(Q)}, int64_t{sizeof(Q)}}})

@@ -1,16 +1,16 @@
 // Chamfer transforms: vector against scalar rule, worked examples (chessboard,
 // city block, saturation, the a > b replacement), standard costs, the check
 // order, and cv::distanceTransform.
-#include <gtest/gtest.h>
+#include "distance/distance_transform.h"
 
-#include <opencv2/imgproc.hpp>
+#include <gtest/gtest.h>
 
 #include <cfloat>
 #include <functional>
+#include <opencv2/imgproc.hpp>
 #include <random>
 #include <string>
 
-#include "distance/distance_transform.h"
 #include "support/check_order.h"
 
 namespace {
@@ -30,7 +30,10 @@ struct Case {
 template <class D, int M, auto F>
 Case make(const char* name) {
     using C = std::conditional_t<std::is_same_v<D, float>, float, int32_t>;
-    return {name, M, sizeof(D), false,
+    return {name,
+            M,
+            sizeof(D),
+            false,
             [](const uint8_t* s, int ss, void* d, int ds, ImageSize r, const void* m) {
                 return F(s, ss, static_cast<D*>(d), ds, r, static_cast<const C*>(m));
             },
@@ -69,8 +72,10 @@ std::vector<uint8_t> costs(const Case& c, int pick) {
     const float f[3][3] = {{0.955f, 1.3693f, 2.1969f}, {3.5f, 2.25f, 4.0f}, {1.0f, 1.4f, 2.1969f}};
     const int32_t i[3][3] = {{2, 3, 4}, {7, 5, 11}, {1, 300, 100000}};
     std::vector<uint8_t> out(12);
-    if (c.dstBytes == 4) std::memcpy(out.data(), f[pick], 12);
-    else std::memcpy(out.data(), i[pick], 12);
+    if (c.dstBytes == 4)
+        std::memcpy(out.data(), f[pick], 12);
+    else
+        std::memcpy(out.data(), i[pick], 12);
     return out;
 }
 
@@ -107,7 +112,8 @@ TEST(DistanceTransform, CheckOrder) {
     std::mt19937 rng(4);
     const ImageSize roi{5, 3};
     for (const Case& c : cases()) {
-        Image<uint8_t> src(rng, roi.width, roi.height), dst(rng, roi.width * c.dstBytes, roi.height, 1, false, c.dstBytes);
+        Image<uint8_t> src(rng, roi.width, roi.height),
+            dst(rng, roi.width * c.dstBytes, roi.height, 1, false, c.dstBytes);
         std::vector<uint8_t> k = costs(c, 0);
         const int n = c.mask == 3 ? 2 : 3;
         zt::CallArgs valid{{src.data(), dst.data(), k.data()}, {src.step(), dst.step(), 0}, roi, {}};
@@ -116,8 +122,10 @@ TEST(DistanceTransform, CheckOrder) {
             std::vector<uint8_t> m(12);
             if (a.ptr[2]) std::memcpy(m.data(), a.ptr[2], 12);
             for (size_t i = 0; i < a.param.size(); ++i)
-                if (c.dstBytes == 4) reinterpret_cast<float*>(m.data())[i % n] = float(a.param[i]);
-                else reinterpret_cast<int32_t*>(m.data())[i % n] = int32_t(a.param[i]);
+                if (c.dstBytes == 4)
+                    reinterpret_cast<float*>(m.data())[i % n] = float(a.param[i]);
+                else
+                    reinterpret_cast<int32_t*>(m.data())[i % n] = int32_t(a.param[i]);
             const void* mp = a.ptr[2] ? m.data() : nullptr;
             if (c.inPlace) return c.exported(nullptr, 0, a.ptr[1], a.step[1], a.roi, mp);
             return c.exported(static_cast<const uint8_t*>(a.ptr[0]), a.step[0], a.ptr[1], a.step[1], a.roi, mp);
@@ -125,7 +133,8 @@ TEST(DistanceTransform, CheckOrder) {
         std::vector<zt::Breaker> b = zt::standardBreakers({{1, 1, 0}, {c.dstBytes, 1, 0}}, roi);
         if (c.inPlace)  // one image: its pointer and step stand for both
             std::erase_if(b, [](const zt::Breaker& x) { return x.what.back() == '0'; });
-        const auto firstSize = std::find_if(b.begin(), b.end(), [](const zt::Breaker& x) { return x.what == "zero width"; });
+        const auto firstSize =
+            std::find_if(b.begin(), b.end(), [](const zt::Breaker& x) { return x.what == "zero width"; });
         b.insert(firstSize, {"null costs", 2, [](zt::CallArgs& a) { a.ptr[2] = nullptr; }, zepStsNullPointer});
         // A cost below 1 (integers) or not above 0 (floats), in each position.
         for (int i = 0; i < n; ++i)
@@ -147,7 +156,8 @@ cv::Mat bruteForce(const cv::Mat& src, F dist) {
         for (int x = 0; x < src.cols; ++x)
             for (int v = 0; v < src.rows; ++v)
                 for (int u = 0; u < src.cols; ++u)
-                    if (src.at<uint8_t>(v, u) == 0) d.at<double>(y, x) = std::min(d.at<double>(y, x), dist(x - u, y - v));
+                    if (src.at<uint8_t>(v, u) == 0)
+                        d.at<double>(y, x) = std::min(d.at<double>(y, x), dist(x - u, y - v));
     return d;
 }
 
@@ -264,10 +274,12 @@ TEST(DistanceTransform, AgreesWithOpenCV) {
     src.setTo(0, src <= 3);
     cv::Mat d(src.size(), CV_32F), ref;
     const float board[2] = {1, 1}, city[2] = {1, 2}, l2[2] = {0.955f, 1.3693f};
-    ASSERT_EQ(zepiDistanceTransform_3x3_8u32f_C1R(src.data, 81, d.ptr<float>(), int(d.step), {81, 60}, board), zepStsOk);
+    ASSERT_EQ(zepiDistanceTransform_3x3_8u32f_C1R(src.data, 81, d.ptr<float>(), int(d.step), {81, 60}, board),
+              zepStsOk);
     cv::distanceTransform(src, ref, cv::DIST_C, 3, CV_32F);
     EXPECT_EQ(cv::norm(d, ref, cv::NORM_INF), 0.0);
-    ASSERT_EQ(zepiDistanceTransform_3x3_8u32f_C1R(src.data, 81, d.ptr<float>(), int(d.step), {81, 60}, city), zepStsOk);
+    ASSERT_EQ(zepiDistanceTransform_3x3_8u32f_C1R(src.data, 81, d.ptr<float>(), int(d.step), {81, 60}, city),
+              zepStsOk);
     cv::distanceTransform(src, ref, cv::DIST_L1, 3, CV_32F);
     EXPECT_EQ(cv::norm(d, ref, cv::NORM_INF), 0.0);
     ASSERT_EQ(zepiDistanceTransform_3x3_8u32f_C1R(src.data, 81, d.ptr<float>(), int(d.step), {81, 60}, l2), zepStsOk);

@@ -1,14 +1,14 @@
 // Exact Euclidean transform: vector against scalar path, exhaustive search on
 // small images, the buffer size and its use, the check order, and
 // cv::distanceTransform with DIST_MASK_PRECISE.
+#include "distance/true_distance.h"
+
 #include <gtest/gtest.h>
 
-#include <opencv2/imgproc.hpp>
-
 #include <cmath>
+#include <opencv2/imgproc.hpp>
 #include <random>
 
-#include "distance/true_distance.h"
 #include "support/check_order.h"
 
 namespace {
@@ -48,12 +48,13 @@ TEST(TrueDistanceTransform, VectorPathAgreesWithScalarPathAndSearch) {
             zt::Canvas ref = dst.canvas;
             const auto before = dst.canvas.bytes();
             Buffer buf(rng, {w, h}), refBuf(rng, {w, h});
-            ASSERT_EQ(zepiTrueDistanceTransform_8u32f_C1R(src.data(), src.step(), dst.data(), dst.step(), {w, h}, buf.data()),
+            ASSERT_EQ(zepiTrueDistanceTransform_8u32f_C1R(src.data(), src.step(), dst.data(), dst.step(), {w, h},
+                                                          buf.data()),
                       zepStsOk);
-            ASSERT_EQ(zep::distance::trueDistanceImage<zep::Path::scalar>(src.data(), src.step(),
-                                                                          reinterpret_cast<float*>(ref.first()), dst.step(),
-                                                                          {w, h}, refBuf.data()),
-                      zepStsOk);
+            ASSERT_EQ(
+                zep::distance::trueDistanceImage<zep::Path::scalar>(
+                    src.data(), src.step(), reinterpret_cast<float*>(ref.first()), dst.step(), {w, h}, refBuf.data()),
+                zepStsOk);
             ASSERT_TRUE(buf.guardsIntact()) << w << "x" << h;
             ASSERT_EQ(zt::firstGuardChange(dst.canvas, before), -1);
             ASSERT_EQ(zt::firstDifference(dst.canvas, ref), -1) << w << "x" << h;

@@ -1,15 +1,15 @@
 // Integral tables: the vector path against the scalar definition, worked
 // examples of the rules (offsets, wrapping, the tilted recurrence), the check
 // order, and cv::integral.
+#include "integral/integral.h"
+
 #include <gtest/gtest.h>
 
-#include <opencv2/imgproc.hpp>
-
 #include <functional>
+#include <opencv2/imgproc.hpp>
 #include <random>
 #include <string>
 
-#include "integral/integral.h"
 #include "support/check_order.h"
 
 namespace {
@@ -31,9 +31,9 @@ template <Path P, bool T, class Src, class S, class Q>
 ZepStatus run(const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize roi) {
     const S val = S(-7);
     if constexpr (std::is_same_v<Q, None>)
-        return zep::integral::integralImage<P, T, Src, S, None>(static_cast<const Src*>(s), ss, static_cast<S*>(d), ds,
-                                                                nullptr, 0, roi, std::is_same_v<Src, float> ? S(0) : val,
-                                                                None{});
+        return zep::integral::integralImage<P, T, Src, S, None>(static_cast<const Src*>(s), ss, static_cast<S*>(d),
+                                                                ds, nullptr, 0, roi,
+                                                                std::is_same_v<Src, float> ? S(0) : val, None{});
     else
         return zep::integral::integralImage<P, T, Src, S, Q>(static_cast<const Src*>(s), ss, static_cast<S*>(d), ds,
                                                              static_cast<Q*>(q), qs, roi, val, Q(3));
@@ -41,31 +41,46 @@ ZepStatus run(const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize
 
 template <bool T, class Src, class S, class Q>
 Case make(const char* name, std::function<ZepStatus(const void*, int, void*, int, void*, int, ImageSize)> e) {
-    return {name, T, std::is_same_v<Src, float>, sizeof(S), std::is_same_v<Q, None> ? 0 : int(sizeof(Q)), e,
+    return {name,
+            T,
+            std::is_same_v<Src, float>,
+            sizeof(S),
+            std::is_same_v<Q, None> ? 0 : int(sizeof(Q)),
+            e,
             run<Path::scalar, T, Src, S, Q>};
 }
 
-#define PLAIN(F, S, V) \
-    [](const void* s, int ss, void* d, int ds, void*, int, ImageSize r) { \
-        return F(static_cast<const uint8_t*>(s), ss, static_cast<S*>(d), ds, r, V); }
-#define SQR(F, S, Q) \
-    [](const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize r) { \
-        return F(static_cast<const uint8_t*>(s), ss, static_cast<S*>(d), ds, static_cast<Q*>(q), qs, r, S(-7), Q(3)); }
+#define PLAIN(F, S, V)                                                              \
+    [](const void* s, int ss, void* d, int ds, void*, int, ImageSize r) {           \
+        return F(static_cast<const uint8_t*>(s), ss, static_cast<S*>(d), ds, r, V); \
+    }
+#define SQR(F, S, Q)                                                                                           \
+    [](const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize r) {                                 \
+        return F(static_cast<const uint8_t*>(s), ss, static_cast<S*>(d), ds, static_cast<Q*>(q), qs, r, S(-7), \
+                 Q(3));                                                                                        \
+    }
 
 const std::vector<Case>& cases() {
     static const std::vector<Case> c = {
-        make<false, float, float, None>("Integral_32f", [](const void* s, int ss, void* d, int ds, void*, int, ImageSize r) {
-            return zepiIntegral_32f_C1R(static_cast<const float*>(s), ss, static_cast<float*>(d), ds, r); }),
+        make<false, float, float, None>("Integral_32f",
+                                        [](const void* s, int ss, void* d, int ds, void*, int, ImageSize r) {
+                                            return zepiIntegral_32f_C1R(static_cast<const float*>(s), ss,
+                                                                        static_cast<float*>(d), ds, r);
+                                        }),
         make<false, uint8_t, float, None>("Integral_8u32f", PLAIN(zepiIntegral_8u32f_C1R, float, -7.0f)),
         make<false, uint8_t, int32_t, None>("Integral_8u32s", PLAIN(zepiIntegral_8u32s_C1R, int32_t, -7)),
         make<false, uint8_t, int32_t, int32_t>("SqrIntegral_8u32s", SQR(zepiSqrIntegral_8u32s_C1R, int32_t, int32_t)),
-        make<false, uint8_t, int32_t, double>("SqrIntegral_8u32s64f", SQR(zepiSqrIntegral_8u32s64f_C1R, int32_t, double)),
+        make<false, uint8_t, int32_t, double>("SqrIntegral_8u32s64f",
+                                              SQR(zepiSqrIntegral_8u32s64f_C1R, int32_t, double)),
         make<false, uint8_t, float, double>("SqrIntegral_8u32f64f", SQR(zepiSqrIntegral_8u32f64f_C1R, float, double)),
         make<true, uint8_t, int32_t, None>("TiltedIntegral_8u32s", PLAIN(zepiTiltedIntegral_8u32s_C1R, int32_t, -7)),
         make<true, uint8_t, float, None>("TiltedIntegral_8u32f", PLAIN(zepiTiltedIntegral_8u32f_C1R, float, -7.0f)),
-        make<true, uint8_t, int32_t, int32_t>("TiltedSqrIntegral_8u32s", SQR(zepiTiltedSqrIntegral_8u32s_C1R, int32_t, int32_t)),
-        make<true, uint8_t, int32_t, double>("TiltedSqrIntegral_8u32s64f", SQR(zepiTiltedSqrIntegral_8u32s64f_C1R, int32_t, double)),
-        make<true, uint8_t, float, double>("TiltedSqrIntegral_8u32f64f", SQR(zepiTiltedSqrIntegral_8u32f64f_C1R, float, double)),
+        make<true, uint8_t, int32_t, int32_t>("TiltedSqrIntegral_8u32s",
+                                              SQR(zepiTiltedSqrIntegral_8u32s_C1R, int32_t, int32_t)),
+        make<true, uint8_t, int32_t, double>("TiltedSqrIntegral_8u32s64f",
+                                             SQR(zepiTiltedSqrIntegral_8u32s64f_C1R, int32_t, double)),
+        make<true, uint8_t, float, double>("TiltedSqrIntegral_8u32f64f",
+                                           SQR(zepiTiltedSqrIntegral_8u32f64f_C1R, float, double)),
     };
     return c;
 }
@@ -80,11 +95,12 @@ struct Tables {
              std::max(c.sqBytes, 1)) {
         if (c.floatSrc)
             for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x) reinterpret_cast<float*>(src.at(y))[x] = zt::randomValue<float>(rng, true);
+                for (int x = 0; x < w; ++x)
+                    reinterpret_cast<float*>(src.at(y))[x] = zt::randomValue<float>(rng, true);
     }
     ZepStatus call(const Case& c, bool scalar, uint8_t* sumAt, uint8_t* sqAt, ImageSize roi) {
-        return (scalar ? c.scalar : c.exported)(src.data(), src.step(), sumAt, sum.step(),
-                                                c.sqBytes ? sqAt : nullptr, sq.step(), roi);
+        return (scalar ? c.scalar : c.exported)(src.data(), src.step(), sumAt, sum.step(), c.sqBytes ? sqAt : nullptr,
+                                                sq.step(), roi);
     }
 };
 
@@ -104,7 +120,8 @@ TEST(Integral, VectorPathAgreesWithScalarDefinition) {
                     zt::canonicalizeNaNs(t.sum.canvas);
                     zt::canonicalizeNaNs(sumRef);
                 }
-                ASSERT_EQ(zt::firstDifference(t.sum.canvas, sumRef), -1) << c.name << " width " << w << " height " << h;
+                ASSERT_EQ(zt::firstDifference(t.sum.canvas, sumRef), -1)
+                    << c.name << " width " << w << " height " << h;
                 if (c.sqBytes) {
                     ASSERT_EQ(zt::firstDifference(t.sq.canvas, sqRef), -1) << c.name << " width " << w;
                 }
@@ -165,11 +182,12 @@ TEST(Integral, ThirtyTwoBitTablesWrapAndDeviationStillWorks) {
     const int w = 300, h = 200;
     cv::Mat src(h, w, CV_8U);
     cv::randu(src, 200, 256);
-    cv::Mat sum(h + 1, w + 1, CV_32S), sq(h + 1, w + 1, CV_64F), sum0(h + 1, w + 1, CV_32S), sq0(h + 1, w + 1, CV_64F);
+    cv::Mat sum(h + 1, w + 1, CV_32S), sq(h + 1, w + 1, CV_64F), sum0(h + 1, w + 1, CV_32S),
+        sq0(h + 1, w + 1, CV_64F);
     // An offset near the top of the range makes the table wrap below zero.
     const int32_t big = INT32_MAX - 1000;
-    ASSERT_EQ(zepiSqrIntegral_8u32s64f_C1R(src.data, int(src.step), sum.ptr<int32_t>(), int(sum.step), sq.ptr<double>(),
-                                           int(sq.step), {w, h}, big, 0.0),
+    ASSERT_EQ(zepiSqrIntegral_8u32s64f_C1R(src.data, int(src.step), sum.ptr<int32_t>(), int(sum.step),
+                                           sq.ptr<double>(), int(sq.step), {w, h}, big, 0.0),
               zepStsOk);
     ASSERT_EQ(zepiSqrIntegral_8u32s64f_C1R(src.data, int(src.step), sum0.ptr<int32_t>(), int(sum0.step),
                                            sq0.ptr<double>(), int(sq0.step), {w, h}, 0, 0.0),
@@ -191,7 +209,10 @@ TEST(Integral, ThirtyTwoBitTablesWrapAndDeviationStillWorks) {
 std::vector<std::vector<double>> tiltedReference(const cv::Mat& src, double val, bool square) {
     const int w = src.cols, h = src.rows;
     std::vector<std::vector<double>> t(h + 2, std::vector<double>(w + 2, val));
-    auto p = [&](int y, int x) { double v = src.at<uint8_t>(y, x); return square ? v * v : v; };
+    auto p = [&](int y, int x) {
+        double v = src.at<uint8_t>(y, x);
+        return square ? v * v : v;
+    };
     for (int y = 0; y < h; ++y) {
         auto &o = t[y + 2], &u1 = t[y + 1], &u2 = t[y];
         o[0] = u1[1];
@@ -254,9 +275,11 @@ TEST(Integral, AgreesWithOpenCV) {
         sumF.convertTo(sumF64, CV_64F);
         EXPECT_EQ(cv::norm(sumF64, cvSumF, cv::NORM_INF), 0.0) << w;  // exact below 2^24
         cv::Mat tilt(h + 2, w + 2, CV_32S);
-        ASSERT_EQ(zepiTiltedIntegral_8u32s_C1R(src.data, int(src.step), tilt.ptr<int32_t>(), int(tilt.step), {w, h}, 0),
-                  zepStsOk);
-        for (int y = 0; y <= std::min(h, w); ++y) EXPECT_EQ(tilt.at<int32_t>(y + 1, w), cvTilt.at<int32_t>(y, w)) << w << " " << y;
+        ASSERT_EQ(
+            zepiTiltedIntegral_8u32s_C1R(src.data, int(src.step), tilt.ptr<int32_t>(), int(tilt.step), {w, h}, 0),
+            zepStsOk);
+        for (int y = 0; y <= std::min(h, w); ++y)
+            EXPECT_EQ(tilt.at<int32_t>(y + 1, w), cvTilt.at<int32_t>(y, w)) << w << " " << y;
     }
 }
 

@@ -1,14 +1,14 @@
 // Rectangle deviation: vector against scalar rule, the clamp and scaling
 // rules, the check order, and cv::meanStdDev over the same windows.
+#include "integral/rect_std_dev.h"
+
 #include <gtest/gtest.h>
 
-#include <opencv2/core.hpp>
-
 #include <functional>
+#include <opencv2/core.hpp>
 #include <random>
 #include <string>
 
-#include "integral/rect_std_dev.h"
 #include "support/check_order.h"
 
 namespace {
@@ -29,16 +29,17 @@ struct Case {
 template <class S, class Q, class D, auto F, bool T, bool Sfs>
 Case make(const char* name, int sf = 0) {
     auto bind = [sf](auto f) -> Fn {
-        return [f, sf](const void* s, int ss, const void* q, int qs, void* d, int ds, ImageSize r, const ImageRect* k) {
+        return [f, sf](const void* s, int ss, const void* q, int qs, void* d, int ds, ImageSize r,
+                       const ImageRect* k) {
             if constexpr (Sfs)
-                return f(static_cast<const S*>(s), ss, static_cast<const Q*>(q), qs, static_cast<D*>(d), ds, r, k, sf);
+                return f(static_cast<const S*>(s), ss, static_cast<const Q*>(q), qs, static_cast<D*>(d), ds, r, k,
+                         sf);
             else
                 return f(static_cast<const S*>(s), ss, static_cast<const Q*>(q), qs, static_cast<D*>(d), ds, r, k);
         };
     };
-    auto scalar = [](const S* s, int ss, const Q* q, int qs, D* d, int ds, ImageSize r, const ImageRect* k, int f = 0) {
-        return zep::integral::rectStdDev<Path::scalar, T>(s, ss, q, qs, d, ds, r, k, f);
-    };
+    auto scalar = [](const S* s, int ss, const Q* q, int qs, D* d, int ds, ImageSize r, const ImageRect* k,
+                     int f = 0) { return zep::integral::rectStdDev<Path::scalar, T>(s, ss, q, qs, d, ds, r, k, f); };
     return {name, T, sizeof(S), sizeof(Q), std::is_same_v<S, float>, bind(F), bind(scalar)};
 }
 
@@ -70,7 +71,8 @@ struct Tables {
         for (int y = 0; y < rows; ++y)
             for (int x = 0; x < cols; ++x) {
                 if (c.floatSum) reinterpret_cast<float*>(sum.at(y))[x] = zt::randomValue<float>(rng, true);
-                if (c.sqBytes == 8) reinterpret_cast<double*>(sq.at(y))[x] = zt::randomValue<double>(rng, false) * 1e3;
+                if (c.sqBytes == 8)
+                    reinterpret_cast<double*>(sq.at(y))[x] = zt::randomValue<double>(rng, false) * 1e3;
             }
     }
     const void* sumAt() const { return sum.data() + offset * (sum.canvas.rowBytes() / cols); }
@@ -85,10 +87,12 @@ TEST(RectStdDev, VectorPathAgreesWithScalarDefinition) {
             Tables s(rng, c, w, 2, rect);
             zt::Canvas ref = s.dst.canvas;
             const auto before = s.dst.canvas.bytes();
-            ASSERT_EQ(c.exported(s.sumAt(), s.sum.step(), s.sqAt(), s.sq.step(), s.dst.data(), s.dst.step(), {w, 2}, &rect),
-                      zepStsOk);
-            ASSERT_EQ(c.scalar(s.sumAt(), s.sum.step(), s.sqAt(), s.sq.step(), ref.first(), s.dst.step(), {w, 2}, &rect),
-                      zepStsOk);
+            ASSERT_EQ(
+                c.exported(s.sumAt(), s.sum.step(), s.sqAt(), s.sq.step(), s.dst.data(), s.dst.step(), {w, 2}, &rect),
+                zepStsOk);
+            ASSERT_EQ(
+                c.scalar(s.sumAt(), s.sum.step(), s.sqAt(), s.sq.step(), ref.first(), s.dst.step(), {w, 2}, &rect),
+                zepStsOk);
             ASSERT_EQ(zt::firstGuardChange(s.dst.canvas, before), -1) << c.name;
             if (c.sumBytes == 4 && c.sqBytes == 8) {
                 zt::canonicalizeNaNs(s.dst.canvas);
@@ -106,7 +110,9 @@ TEST(RectStdDev, CheckOrder) {
         const ImageRect rect{1, 1, 2, 2};
         Tables s(rng, c, roi.width, roi.height, rect);
         zt::CallArgs valid{{const_cast<void*>(s.sumAt()), const_cast<void*>(s.sqAt()), s.dst.data()},
-                           {s.sum.step(), s.sq.step(), s.dst.step()}, roi, {1, 1, 2, 2, 0}};
+                           {s.sum.step(), s.sq.step(), s.dst.step()},
+                           roi,
+                           {1, 1, 2, 2, 0}};
         auto call = [&c](const zt::CallArgs& a) {
             const ImageRect r{int(a.param[0]), int(a.param[1]), int(a.param[2]), int(a.param[3])};
             return c.exported(a.ptr[0], a.step[0], a.ptr[1], a.step[1], a.ptr[2], a.step[2], a.roi,
@@ -116,7 +122,8 @@ TEST(RectStdDev, CheckOrder) {
         // Short steps hold one element: short for any rectangle the rect breakers make.
         std::vector<zt::Breaker> b;
         for (int i = 0; i < 3; ++i)
-            b.push_back({"null " + std::to_string(i), i, [i](zt::CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer});
+            b.push_back(
+                {"null " + std::to_string(i), i, [i](zt::CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer});
         b.push_back({"null rect", 3, [](zt::CallArgs& a) { a.param[4] = 1; }, zepStsNullPointer});
         b.push_back({"zero width", 4, [](zt::CallArgs& a) { a.roi.width = 0; }, zepStsBadSize});
         b.push_back({"zero height", 5, [](zt::CallArgs& a) { a.roi.height = 0; }, zepStsBadSize});
@@ -124,8 +131,10 @@ TEST(RectStdDev, CheckOrder) {
         b.push_back({"short dst step", 12, [=](zt::CallArgs& a) { a.step[2] = roi.width * 4 - 4; }, zepStsBadStep});
         b.push_back({"short sq step", 11, [=](zt::CallArgs& a) { a.step[1] = c.sqBytes; }, zepStsBadStep});
         b.push_back({"odd sum step", 10, [=](zt::CallArgs& a) { a.step[0] = sumRow + 2; }, zepStsStepNotMultiple});
-        b.push_back({"odd dst step", 12, [=](zt::CallArgs& a) { a.step[2] = roi.width * 4 + 2; }, zepStsStepNotMultiple});
-        b.push_back({"odd sq step", 11, [=](zt::CallArgs& a) { a.step[1] = sqRow + c.sqBytes / 2; }, zepStsStepNotMultiple});
+        b.push_back(
+            {"odd dst step", 12, [=](zt::CallArgs& a) { a.step[2] = roi.width * 4 + 2; }, zepStsStepNotMultiple});
+        b.push_back(
+            {"odd sq step", 11, [=](zt::CallArgs& a) { a.step[1] = sqRow + c.sqBytes / 2; }, zepStsStepNotMultiple});
         b.push_back({"rect x < 0", 20, [](zt::CallArgs& a) { a.param[0] = -1; }, zepStsBadSize});
         b.push_back({"rect y < 0", 21, [](zt::CallArgs& a) { a.param[1] = -1; }, zepStsBadSize});
         b.push_back({"rect w 0", 22, [](zt::CallArgs& a) { a.param[2] = 0; }, zepStsBadSize});
@@ -142,22 +151,30 @@ TEST(RectStdDev, ConstantRegionGivesExactlyZero) {
     for (bool tilted : {false, true}) {
         const ImageSize t{w, h};
         if (tilted) {
-            zepiTiltedSqrIntegral_8u32f64f_C1R(src.data, w, sF.ptr<float>(), int(sF.step), q64.ptr<double>(), int(q64.step), t, 0.5f, 0.25);
-            zepiTiltedSqrIntegral_8u32s_C1R(src.data, w, s32.ptr<int32_t>(), int(s32.step), q32.ptr<int32_t>(), int(q32.step), t, 9, 9);
+            zepiTiltedSqrIntegral_8u32f64f_C1R(src.data, w, sF.ptr<float>(), int(sF.step), q64.ptr<double>(),
+                                               int(q64.step), t, 0.5f, 0.25);
+            zepiTiltedSqrIntegral_8u32s_C1R(src.data, w, s32.ptr<int32_t>(), int(s32.step), q32.ptr<int32_t>(),
+                                            int(q32.step), t, 9, 9);
         } else {
-            zepiSqrIntegral_8u32f64f_C1R(src.data, w, sF.ptr<float>(), int(sF.step), q64.ptr<double>(), int(q64.step), t, 0.5f, 0.25);
-            zepiSqrIntegral_8u32s_C1R(src.data, w, s32.ptr<int32_t>(), int(s32.step), q32.ptr<int32_t>(), int(q32.step), t, 9, 9);
+            zepiSqrIntegral_8u32f64f_C1R(src.data, w, sF.ptr<float>(), int(sF.step), q64.ptr<double>(), int(q64.step),
+                                         t, 0.5f, 0.25);
+            zepiSqrIntegral_8u32s_C1R(src.data, w, s32.ptr<int32_t>(), int(s32.step), q32.ptr<int32_t>(),
+                                      int(q32.step), t, 9, 9);
         }
         // Outputs whose rectangle stays inside the image; tilted pointers start at the column y + h - x.
         const ImageSize out{8, 6};
         const int off = tilted ? r.y + r.height - r.x : 0;
         cv::Mat d(out.height, out.width, CV_32F), di(out.height, out.width, CV_32S);
         auto tf = tilted ? zepiTiltedRectStdDev_32f_C1R : zepiRectStdDev_32f_C1R;
-        ASSERT_EQ(tf(sF.ptr<float>() + off, int(sF.step), q64.ptr<double>() + off, int(q64.step), d.ptr<float>(), int(d.step), out, &r), zepStsOk);
+        ASSERT_EQ(tf(sF.ptr<float>() + off, int(sF.step), q64.ptr<double>() + off, int(q64.step), d.ptr<float>(),
+                     int(d.step), out, &r),
+                  zepStsOk);
         for (int y = 0; y < out.height; ++y)
             for (int x = 0; x < out.width; ++x) ASSERT_EQ(d.at<float>(y, x), 0.0f) << tilted;
         auto ti = tilted ? zepiTiltedRectStdDev_32s_C1RSfs : zepiRectStdDev_32s_C1RSfs;
-        ASSERT_EQ(ti(s32.ptr<int32_t>() + off, int(s32.step), q32.ptr<int32_t>() + off, int(q32.step), di.ptr<int32_t>(), int(di.step), out, &r, 0), zepStsOk);
+        ASSERT_EQ(ti(s32.ptr<int32_t>() + off, int(s32.step), q32.ptr<int32_t>() + off, int(q32.step),
+                     di.ptr<int32_t>(), int(di.step), out, &r, 0),
+                  zepStsOk);
         EXPECT_EQ(cv::countNonZero(di), 0);
     }
 }
@@ -188,12 +205,14 @@ TEST(RectStdDev, AgreesWithOpenCVMeanStdDev) {
     cv::Mat src(h, w, CV_8U);
     cv::randu(src, 0, 256);
     cv::Mat sum(h + 1, w + 1, CV_32S), sq(h + 1, w + 1, CV_64F);
-    ASSERT_EQ(zepiSqrIntegral_8u32s64f_C1R(src.data, w, sum.ptr<int32_t>(), int(sum.step), sq.ptr<double>(), int(sq.step), {w, h}, 0, 0),
+    ASSERT_EQ(zepiSqrIntegral_8u32s64f_C1R(src.data, w, sum.ptr<int32_t>(), int(sum.step), sq.ptr<double>(),
+                                           int(sq.step), {w, h}, 0, 0),
               zepStsOk);
     const ImageRect r{3, 2, 9, 7};
     const ImageSize out{w - 12, h - 9};
     cv::Mat d(out.height, out.width, CV_32F);
-    ASSERT_EQ(zepiRectStdDev_32s32f_C1R(sum.ptr<int32_t>(), int(sum.step), sq.ptr<double>(), int(sq.step), d.ptr<float>(), int(d.step), out, &r),
+    ASSERT_EQ(zepiRectStdDev_32s32f_C1R(sum.ptr<int32_t>(), int(sum.step), sq.ptr<double>(), int(sq.step),
+                                        d.ptr<float>(), int(d.step), out, &r),
               zepStsOk);
     for (int y = 0; y < out.height; y += 5)
         for (int x = 0; x < out.width; x += 3) {
