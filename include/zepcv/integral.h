@@ -9,7 +9,11 @@
  * src[y][width - 1] in column width. Square tables hold squared pixels and
  * their own offset valSqr. Tables keep their own arithmetic: 32s tables wrap
  * silently, 32f tables sum in single precision (tilted 32f elements are
- * evaluated in double and rounded once), 64f tables in double. */
+ * evaluated in double and rounded once), 64f tables in double. The running
+ * row sums of upright 32f tables are formed per block of 16 pixels: the exact
+ * prefix of 8u pixels is added to the carried sum once, and 32f pixels are
+ * prefixed by four doubling steps (v[i] += v[i - k], k = 1, 2, 4, 8) before
+ * being added to it. */
 #ifndef ZEPCV_INTEGRAL_H
 #define ZEPCV_INTEGRAL_H
 

@@ -320,6 +320,7 @@ ZepStatus integralImage(const Src* src, int srcStep, S* sum, int sumStep, Q* sq,
     const int64_t extra = Tilted ? 2 : 1;
     const int64_t cols = int64_t{roi.width} + extra;
     const void* sqPtr = sq;
+    const int sqRows = isNone<Q> ? 0 : sqStep;  // the absent table is never addressed
     if constexpr (isNone<Q>) sqPtr = sum, sqStep = sumStep;
     const int64_t qBytes = isNone<Q> ? int64_t{sizeof(S)} : int64_t{sizeof(Q)};
     return Checks{}
@@ -329,9 +330,9 @@ ZepStatus integralImage(const Src* src, int srcStep, S* sum, int sumStep, Q* sq,
                 StepRule{sqStep, cols * qBytes, qBytes}})
         .run([&] {
             if constexpr (Tilted)
-                tiltedTable<P, S, Q>(rows(src, srcStep), rows(sum, sumStep), rows(sq, sqStep), roi, val, valQ);
+                tiltedTable<P, S, Q>(rows(src, srcStep), rows(sum, sumStep), rows(sq, sqRows), roi, val, valQ);
             else
-                uprightTable<P, Src, S, Q>(rows(src, srcStep), rows(sum, sumStep), rows(sq, sqStep), roi, val, valQ);
+                uprightTable<P, Src, S, Q>(rows(src, srcStep), rows(sum, sumStep), rows(sq, sqRows), roi, val, valQ);
         });
 }
 
