@@ -1,0 +1,290 @@
+// Chamfer transforms: vector against scalar rule, worked examples (chessboard,
+// city block, saturation, the a > b replacement), standard costs, the check
+// order, and cv::distanceTransform.
+#include "distance/distance_transform.h"
+
+#include <gtest/gtest.h>
+
+#include <cfloat>
+#include <functional>
+#include <opencv2/imgproc.hpp>
+#include <random>
+#include <string>
+
+#include "support/check_order.h"
+
+namespace {
+
+using zep::Path;
+using zt::Image;
+
+using Fn = std::function<ZepStatus(const uint8_t*, int, void*, int, ImageSize, const void*)>;
+
+struct Case {
+    std::string name;
+    int mask, dstBytes;
+    bool inPlace;
+    Fn exported, scalar;
+};
+
+template <class D, int M, auto F>
+Case make(const char* name) {
+    using C = std::conditional_t<std::is_same_v<D, float>, float, int32_t>;
+    return {name,
+            M,
+            sizeof(D),
+            false,
+            [](const uint8_t* s, int ss, void* d, int ds, ImageSize r, const void* m) {
+                return F(s, ss, static_cast<D*>(d), ds, r, static_cast<const C*>(m));
+            },
+            [](const uint8_t* s, int ss, void* d, int ds, ImageSize r, const void* m) {
+                return zep::distance::chamferImage<Path::scalar, D, M>(s, ss, static_cast<D*>(d), ds, r,
+                                                                       static_cast<const C*>(m));
+            }};
+}
+
+template <int M, auto F>
+Case makeInPlace(const char* name) {
+    Case c = make<uint8_t, M, zepiDistanceTransform_3x3_8u_C1R>(name);
+    c.inPlace = true;
+    c.exported = [](const uint8_t*, int, void* d, int ds, ImageSize r, const void* m) {
+        return F(static_cast<uint8_t*>(d), ds, r, static_cast<const int32_t*>(m));
+    };
+    return c;
+}
+
+const std::vector<Case>& cases() {
+    static const std::vector<Case> c = {
+        make<uint8_t, 3, zepiDistanceTransform_3x3_8u_C1R>("3x3_8u"),
+        make<uint16_t, 3, zepiDistanceTransform_3x3_8u16u_C1R>("3x3_8u16u"),
+        make<float, 3, zepiDistanceTransform_3x3_8u32f_C1R>("3x3_8u32f"),
+        make<uint8_t, 5, zepiDistanceTransform_5x5_8u_C1R>("5x5_8u"),
+        make<uint16_t, 5, zepiDistanceTransform_5x5_8u16u_C1R>("5x5_8u16u"),
+        make<float, 5, zepiDistanceTransform_5x5_8u32f_C1R>("5x5_8u32f"),
+        makeInPlace<3, zepiDistanceTransform_3x3_8u_C1IR>("3x3_8u_C1IR"),
+        makeInPlace<5, zepiDistanceTransform_5x5_8u_C1IR>("5x5_8u_C1IR"),
+    };
+    return c;
+}
+
+// Costs in the case's type: the Euclidean standard costs, or a > b.
+std::vector<uint8_t> costs(const Case& c, int pick) {
+    const float f[3][3] = {{0.955f, 1.3693f, 2.1969f}, {3.5f, 2.25f, 4.0f}, {1.0f, 1.4f, 2.1969f}};
+    const int32_t i[3][3] = {{2, 3, 4}, {7, 5, 11}, {1, 300, 100000}};
+    std::vector<uint8_t> out(12);
+    if (c.dstBytes == 4)
+        std::memcpy(out.data(), f[pick], 12);
+    else
+        std::memcpy(out.data(), i[pick], 12);
+    return out;
+}
+
+// Random sources with a chosen share of zero pixels (none, sparse, dense).
+void sprinkle(std::mt19937& rng, Image<uint8_t>& img, int density) {
+    for (int y = 0; y < img.height; ++y)
+        for (int x = 0; x < img.width; ++x)
+            img.at(y)[x] = density > 0 && rng() % 1000 < unsigned(density) ? 0 : uint8_t(1 + rng() % 255);
+}
+
+TEST(DistanceTransform, VectorPathAgreesWithScalarDefinition) {
+    std::mt19937 rng(91);
+    for (const Case& c : cases()) {
+        for (int w : zt::sweepWidths()) {
+            for (int h : {1, 2, 5, 40}) {
+                Image<uint8_t> src(rng, w, h);
+                sprinkle(rng, src, int(std::vector<int>{0, 3, 40, 300}[rng() % 4]));
+                Image<uint8_t> dst(rng, w * c.dstBytes, h, 1, false, c.dstBytes);
+                if (c.inPlace)
+                    for (int y = 0; y < h; ++y) std::memcpy(dst.at(y), src.at(y), w);
+                zt::Canvas ref = dst.canvas;
+                const auto before = dst.canvas.bytes();
+                const auto k = costs(c, int(rng() % 3));
+                ASSERT_EQ(c.exported(src.data(), src.step(), dst.data(), dst.step(), {w, h}, k.data()), zepStsOk);
+                ASSERT_EQ(c.scalar(src.data(), src.step(), ref.first(), dst.step(), {w, h}, k.data()), zepStsOk);
+                ASSERT_EQ(zt::firstGuardChange(dst.canvas, before), -1) << c.name;
+                ASSERT_EQ(zt::firstDifference(dst.canvas, ref), -1) << c.name << " width " << w << " height " << h;
+            }
+        }
+    }
+}
+
+TEST(DistanceTransform, CheckOrder) {
+    std::mt19937 rng(4);
+    const ImageSize roi{5, 3};
+    for (const Case& c : cases()) {
+        Image<uint8_t> src(rng, roi.width, roi.height),
+            dst(rng, roi.width * c.dstBytes, roi.height, 1, false, c.dstBytes);
+        std::vector<uint8_t> k = costs(c, 0);
+        const int n = c.mask == 3 ? 2 : 3;
+        zt::CallArgs valid{{src.data(), dst.data(), k.data()}, {src.step(), dst.step(), 0}, roi, {}};
+        auto call = [&c, n](const zt::CallArgs& a) {
+            // Costs come from param when a breaker spoiled one.
+            std::vector<uint8_t> m(12);
+            if (a.ptr[2]) std::memcpy(m.data(), a.ptr[2], 12);
+            for (size_t i = 0; i < a.param.size(); ++i)
+                if (c.dstBytes == 4)
+                    reinterpret_cast<float*>(m.data())[i % n] = float(a.param[i]);
+                else
+                    reinterpret_cast<int32_t*>(m.data())[i % n] = int32_t(a.param[i]);
+            const void* mp = a.ptr[2] ? m.data() : nullptr;
+            if (c.inPlace) return c.exported(nullptr, 0, a.ptr[1], a.step[1], a.roi, mp);
+            return c.exported(static_cast<const uint8_t*>(a.ptr[0]), a.step[0], a.ptr[1], a.step[1], a.roi, mp);
+        };
+        std::vector<zt::Breaker> b = zt::standardBreakers({{1, 1, 0}, {c.dstBytes, 1, 0}}, roi);
+        if (c.inPlace)  // one image: its pointer and step stand for both
+            std::erase_if(b, [](const zt::Breaker& x) { return x.what.back() == '0'; });
+        const auto firstSize =
+            std::find_if(b.begin(), b.end(), [](const zt::Breaker& x) { return x.what == "zero width"; });
+        b.insert(firstSize, {"null costs", 2, [](zt::CallArgs& a) { a.ptr[2] = nullptr; }, zepStsNullPointer});
+        // A cost below 1 (integers) or not above 0 (floats), in each position.
+        for (int i = 0; i < n; ++i)
+            b.push_back({"bad cost " + std::to_string(i), 50,
+                         [i, &c](zt::CallArgs& a) {
+                             a.param.assign(size_t(i + 1), c.dstBytes == 4 ? 1.0 : 2.0);
+                             a.param[size_t(i)] = c.dstBytes == 4 ? (i == 1 ? NAN : 0.0) : 0.0;
+                         },
+                         zepStsBadMetric});
+        zt::expectCheckOrder(c.name, valid, call, b, {&dst.canvas});
+    }
+}
+
+// Brute force: min over zero pixels of a distance function.
+template <class F>
+cv::Mat bruteForce(const cv::Mat& src, F dist) {
+    cv::Mat d(src.size(), CV_64F, cv::Scalar(1e300));
+    for (int y = 0; y < src.rows; ++y)
+        for (int x = 0; x < src.cols; ++x)
+            for (int v = 0; v < src.rows; ++v)
+                for (int u = 0; u < src.cols; ++u)
+                    if (src.at<uint8_t>(v, u) == 0)
+                        d.at<double>(y, x) = std::min(d.at<double>(y, x), dist(x - u, y - v));
+    return d;
+}
+
+TEST(DistanceTransform, StandardMasksGiveChessboardAndCityBlock) {
+    cv::Mat src(23, 37, CV_8U);
+    src = cv::Scalar(9);
+    src.at<uint8_t>(4, 5) = src.at<uint8_t>(20, 30) = src.at<uint8_t>(11, 36) = 0;
+    auto board = bruteForce(src, [](int dx, int dy) { return double(std::max(std::abs(dx), std::abs(dy))); });
+    auto city = bruteForce(src, [](int dx, int dy) { return double(std::abs(dx) + std::abs(dy)); });
+    const int32_t k[2][3] = {{1, 1, 2}, {1, 2, 3}};
+    for (int norm = 0; norm < 2; ++norm) {
+        const cv::Mat& want = norm == 0 ? board : city;
+        cv::Mat d8(src.size(), CV_8U), d16(src.size(), CV_16U), d32(src.size(), CV_32F);
+        const float kf[3] = {float(k[norm][0]), float(k[norm][1]), float(k[norm][2])};
+        for (int mask : {3, 5}) {
+            auto f8 = mask == 3 ? zepiDistanceTransform_3x3_8u_C1R : zepiDistanceTransform_5x5_8u_C1R;
+            auto f16 = mask == 3 ? zepiDistanceTransform_3x3_8u16u_C1R : zepiDistanceTransform_5x5_8u16u_C1R;
+            auto f32 = mask == 3 ? zepiDistanceTransform_3x3_8u32f_C1R : zepiDistanceTransform_5x5_8u32f_C1R;
+            ASSERT_EQ(f8(src.data, 37, d8.data, 37, {37, 23}, k[norm]), zepStsOk);
+            ASSERT_EQ(f16(src.data, 37, d16.ptr<uint16_t>(), 74, {37, 23}, k[norm]), zepStsOk);
+            ASSERT_EQ(f32(src.data, 37, d32.ptr<float>(), 148, {37, 23}, kf), zepStsOk);
+            cv::Mat a, b, c;
+            d8.convertTo(a, CV_64F), d16.convertTo(b, CV_64F), d32.convertTo(c, CV_64F);
+            EXPECT_EQ(cv::norm(a, want, cv::NORM_INF), 0.0) << norm << " " << mask;
+            EXPECT_EQ(cv::norm(b, want, cv::NORM_INF), 0.0) << norm << " " << mask;
+            EXPECT_EQ(cv::norm(c, want, cv::NORM_INF), 0.0) << norm << " " << mask;
+        }
+    }
+}
+
+TEST(DistanceTransform, SaturationNoZerosAndAllZeros) {
+    // A 1 x 400 row with one zero at the left: costs (1, 1) count up and stop at 255 in 8u.
+    std::vector<uint8_t> row(400, 1), d8(400);
+    std::vector<uint16_t> d16(400);
+    row[0] = 0;
+    const int32_t k[2] = {1, 1};
+    ASSERT_EQ(zepiDistanceTransform_3x3_8u_C1R(row.data(), 400, d8.data(), 400, {400, 1}, k), zepStsOk);
+    ASSERT_EQ(zepiDistanceTransform_3x3_8u16u_C1R(row.data(), 400, d16.data(), 800, {400, 1}, k), zepStsOk);
+    for (int x = 0; x < 400; ++x) {
+        EXPECT_EQ(d8[x], std::min(x, 255)) << x;
+        EXPECT_EQ(d16[x], x) << x;
+    }
+    // No zero at all: the largest value; all zeros: zeros.
+    for (uint8_t fill : {uint8_t(7), uint8_t(0)}) {
+        std::vector<uint8_t> s(6 * 5, fill), a(30);
+        std::vector<uint16_t> b(30);
+        std::vector<float> c(30);
+        const float kf[3] = {1, 1.4f, 2.2f};
+        const int32_t ki[3] = {1, 1, 2};
+        ASSERT_EQ(zepiDistanceTransform_5x5_8u_C1R(s.data(), 6, a.data(), 6, {6, 5}, ki), zepStsOk);
+        ASSERT_EQ(zepiDistanceTransform_5x5_8u16u_C1R(s.data(), 6, b.data(), 12, {6, 5}, ki), zepStsOk);
+        ASSERT_EQ(zepiDistanceTransform_5x5_8u32f_C1R(s.data(), 6, c.data(), 24, {6, 5}, kf), zepStsOk);
+        ASSERT_EQ(zepiDistanceTransform_3x3_8u_C1IR(s.data(), 6, {6, 5}, ki), zepStsOk);
+        for (int i = 0; i < 30; ++i) {
+            EXPECT_EQ(a[i], fill ? 255 : 0);
+            EXPECT_EQ(s[i], fill ? 255 : 0);
+            EXPECT_EQ(b[i], fill ? 65535 : 0);
+            EXPECT_EQ(c[i], fill ? FLT_MAX : 0.0f);
+        }
+    }
+}
+
+TEST(DistanceTransform, OrthogonalCostAboveDiagonalIsReplacedFromTwoByTwo) {
+    // (3, 2) acts as (2, 2) on a 2-row image, but a 1-row image keeps a = 3.
+    std::vector<uint8_t> src = {0, 1, 1, 1, 1, 1, 1, 1}, d(8), e(8);
+    const int32_t k32[2] = {3, 2}, k22[2] = {2, 2};
+    ASSERT_EQ(zepiDistanceTransform_3x3_8u_C1R(src.data(), 4, d.data(), 4, {4, 2}, k32), zepStsOk);
+    ASSERT_EQ(zepiDistanceTransform_3x3_8u_C1R(src.data(), 4, e.data(), 4, {4, 2}, k22), zepStsOk);
+    EXPECT_EQ(d, e);
+    EXPECT_EQ(d[1], 2);
+    ASSERT_EQ(zepiDistanceTransform_3x3_8u_C1R(src.data(), 8, d.data(), 8, {8, 1}, k32), zepStsOk);
+    for (int x = 0; x < 4; ++x) EXPECT_EQ(d[x], 3 * x);
+}
+
+TEST(DistanceTransform, StandardCostTables) {
+    float f[3];
+    int32_t i[3];
+    ASSERT_EQ(zepiGetDistanceTransformMask_32f(3, 2, f), zepStsOk);
+    EXPECT_EQ(f[0], 0.955f);
+    EXPECT_EQ(f[1], 1.3693f);
+    ASSERT_EQ(zepiGetDistanceTransformMask_32s(5, 2, i), zepStsOk);
+    EXPECT_EQ(i[0], 5);
+    EXPECT_EQ(i[1], 7);
+    EXPECT_EQ(i[2], 11);
+    ASSERT_EQ(zepiGetDistanceTransformMask(52, f), zepStsOk);
+    EXPECT_EQ(f[0], 1.0f);
+    EXPECT_EQ(f[1], 1.4f);
+    EXPECT_EQ(f[2], 2.1969f);
+    ASSERT_EQ(zepiGetDistanceTransformMask(31, f), zepStsOk);
+    EXPECT_EQ(f[1], 2.0f);
+    EXPECT_EQ(zepiGetDistanceTransformMask(33, f), zepStsBadArg);
+    EXPECT_EQ(zepiGetDistanceTransformMask(33, nullptr), zepStsBadArg);  // the remainder is checked first
+    EXPECT_EQ(zepiGetDistanceTransformMask(42, f), zepStsBadSize);
+    EXPECT_EQ(zepiGetDistanceTransformMask(30, nullptr), zepStsNullPointer);
+    // Null, then kernel size, then norm; nothing written on an error.
+    EXPECT_EQ(zepiGetDistanceTransformMask_32f(4, 7, nullptr), zepStsNullPointer);
+    EXPECT_EQ(zepiGetDistanceTransformMask_32s(4, 7, nullptr), zepStsNullPointer);
+    i[0] = -1;
+    EXPECT_EQ(zepiGetDistanceTransformMask_32s(4, 7, i), zepStsBadSize);
+    EXPECT_EQ(zepiGetDistanceTransformMask_32s(5, 3, i), zepStsBadArg);
+    EXPECT_EQ(zepiGetDistanceTransformMask_32f(3, -1, f), zepStsBadArg);
+    EXPECT_EQ(i[0], -1);
+}
+
+// Peer: cv::distanceTransform. DIST_C and DIST_L1 with a 3x3 mask are the
+// chessboard and city-block transforms, equal to (1, 1) and (1, 2) here.
+// DIST_L2 with mask 3 uses the costs (0.955, 1.3693) in fixed point with
+// 16 fraction bits, so its sums differ from single-precision sums in the last
+// bits. OpenCV sees no zero pixel as a special image; those are not compared.
+TEST(DistanceTransform, AgreesWithOpenCV) {
+    cv::Mat src(60, 81, CV_8U);
+    cv::randu(src, 0, 256);
+    src.setTo(7, src > 3);
+    src.setTo(0, src <= 3);
+    cv::Mat d(src.size(), CV_32F), ref;
+    const float board[2] = {1, 1}, city[2] = {1, 2}, l2[2] = {0.955f, 1.3693f};
+    ASSERT_EQ(zepiDistanceTransform_3x3_8u32f_C1R(src.data, 81, d.ptr<float>(), int(d.step), {81, 60}, board),
+              zepStsOk);
+    cv::distanceTransform(src, ref, cv::DIST_C, 3, CV_32F);
+    EXPECT_EQ(cv::norm(d, ref, cv::NORM_INF), 0.0);
+    ASSERT_EQ(zepiDistanceTransform_3x3_8u32f_C1R(src.data, 81, d.ptr<float>(), int(d.step), {81, 60}, city),
+              zepStsOk);
+    cv::distanceTransform(src, ref, cv::DIST_L1, 3, CV_32F);
+    EXPECT_EQ(cv::norm(d, ref, cv::NORM_INF), 0.0);
+    ASSERT_EQ(zepiDistanceTransform_3x3_8u32f_C1R(src.data, 81, d.ptr<float>(), int(d.step), {81, 60}, l2), zepStsOk);
+    cv::distanceTransform(src, ref, cv::DIST_L2, 3, CV_32F);
+    EXPECT_LT(cv::norm(d, ref, cv::NORM_INF), 1e-3);
+}
+
+}  // namespace

@@ -1,0 +1,127 @@
+// Exact Euclidean transform: vector against scalar path, exhaustive search on
+// small images, the buffer size and its use, the check order, and
+// cv::distanceTransform with DIST_MASK_PRECISE.
+#include "distance/true_distance.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <opencv2/imgproc.hpp>
+#include <random>
+
+#include "support/check_order.h"
+
+namespace {
+
+using zt::Image;
+
+void sprinkle(std::mt19937& rng, Image<uint8_t>& img, unsigned perMille) {
+    for (int y = 0; y < img.height; ++y)
+        for (int x = 0; x < img.width; ++x) img.at(y)[x] = rng() % 1000 < perMille ? 0 : uint8_t(1 + rng() % 255);
+}
+
+// A buffer of exactly the reported size at a random misalignment, followed by guard bytes.
+struct Buffer {
+    std::vector<uint8_t> bytes;
+    size_t offset, size;
+    Buffer(std::mt19937& rng, ImageSize roi) {
+        int n = 0;
+        EXPECT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R(roi, &n), zepStsOk);
+        size = size_t(n), offset = rng() % 64;
+        bytes.assign(offset + size + 64, 0xA5);
+    }
+    uint8_t* data() { return bytes.data() + offset; }
+    bool guardsIntact() const {
+        for (size_t i = 0; i < bytes.size(); ++i)
+            if ((i < offset || i >= offset + size) && bytes[i] != 0xA5) return false;
+        return true;
+    }
+};
+
+TEST(TrueDistanceTransform, VectorPathAgreesWithScalarPathAndSearch) {
+    std::mt19937 rng(33);
+    for (int w : zt::sweepWidths()) {
+        for (int h : {1, 2, 7, 33}) {
+            Image<uint8_t> src(rng, w, h);
+            sprinkle(rng, src, std::vector<unsigned>{0, 2, 30, 400}[rng() % 4]);
+            Image<float> dst(rng, w, h);
+            zt::Canvas ref = dst.canvas;
+            const auto before = dst.canvas.bytes();
+            Buffer buf(rng, {w, h}), refBuf(rng, {w, h});
+            ASSERT_EQ(zepiTrueDistanceTransform_8u32f_C1R(src.data(), src.step(), dst.data(), dst.step(), {w, h},
+                                                          buf.data()),
+                      zepStsOk);
+            ASSERT_EQ(
+                zep::distance::trueDistanceImage<zep::Path::scalar>(
+                    src.data(), src.step(), reinterpret_cast<float*>(ref.first()), dst.step(), {w, h}, refBuf.data()),
+                zepStsOk);
+            ASSERT_TRUE(buf.guardsIntact()) << w << "x" << h;
+            ASSERT_EQ(zt::firstGuardChange(dst.canvas, before), -1);
+            ASSERT_EQ(zt::firstDifference(dst.canvas, ref), -1) << w << "x" << h;
+            if (w > 70 && h > 7) continue;
+            // Exhaustive search: the square root of the least squared distance, or +inf without zeros.
+            for (int y = 0; y < h; ++y)
+                for (int x = 0; x < w; ++x) {
+                    int64_t best = -1;
+                    for (int v = 0; v < h; ++v)
+                        for (int u = 0; u < w; ++u)
+                            if (src.at(v)[u] == 0) {
+                                const int64_t d = int64_t(x - u) * (x - u) + int64_t(y - v) * (y - v);
+                                if (best < 0 || d < best) best = d;
+                            }
+                    const float want = best < 0 ? INFINITY : std::sqrt(float(best));
+                    ASSERT_EQ(dst.at(y)[x], want) << w << "x" << h << " at " << x << "," << y;
+                }
+        }
+    }
+}
+
+TEST(TrueDistanceTransform, BufferSizeAndCheckOrder) {
+    int n = 0;
+    ASSERT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({5, 3}, &n), zepStsOk);
+    EXPECT_EQ(n, 8 * 24 + 56);
+    ASSERT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({1, 1}, &n), zepStsOk);
+    EXPECT_EQ(n, 4 * 24 + 56);
+    ASSERT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({7, 1001}, &n), zepStsOk);
+    EXPECT_EQ(n, 1004 * 24 + 56);
+    n = -1;
+    EXPECT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({0, 3}, nullptr), zepStsNullPointer);
+    EXPECT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({0, 3}, &n), zepStsBadSize);
+    EXPECT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({3, -1}, &n), zepStsBadSize);
+    EXPECT_EQ(n, -1);
+
+    std::mt19937 rng(6);
+    const ImageSize roi{5, 3};
+    Image<uint8_t> src(rng, 5, 3);
+    Image<float> dst(rng, 5, 3);
+    Buffer buf(rng, roi);
+    zt::CallArgs valid{{src.data(), dst.data(), buf.data()}, {src.step(), dst.step(), 0}, roi, {}};
+    auto call = [](const zt::CallArgs& a) {
+        return zepiTrueDistanceTransform_8u32f_C1R(static_cast<const uint8_t*>(a.ptr[0]), a.step[0],
+                                                   static_cast<float*>(a.ptr[1]), a.step[1], a.roi,
+                                                   static_cast<uint8_t*>(a.ptr[2]));
+    };
+    auto b = zt::standardBreakers({{1, 1, 0}, {4, 1, 0}}, roi);
+    b.insert(b.begin() + 2, {"null buffer", 2, [](zt::CallArgs& a) { a.ptr[2] = nullptr; }, zepStsNullPointer});
+    zt::expectCheckOrder("TrueDistanceTransform", valid, call, b, {&dst.canvas});
+    EXPECT_TRUE(buf.guardsIntact());
+}
+
+// Peer: cv::distanceTransform with DIST_L2 and DIST_MASK_PRECISE is an exact
+// transform too; it evaluates the envelope in floating point and its square
+// root in another precision, so results may differ in the last bits.
+TEST(TrueDistanceTransform, AgreesWithOpenCVPrecise) {
+    cv::Mat src(97, 130, CV_8U);
+    cv::randu(src, 0, 256);
+    src.setTo(9, src > 1);
+    cv::Mat d(src.size(), CV_32F), ref;
+    int n = 0;
+    zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({130, 97}, &n);
+    std::vector<uint8_t> buf(static_cast<size_t>(n));
+    ASSERT_EQ(zepiTrueDistanceTransform_8u32f_C1R(src.data, 130, d.ptr<float>(), int(d.step), {130, 97}, buf.data()),
+              zepStsOk);
+    cv::distanceTransform(src, ref, cv::DIST_L2, cv::DIST_MASK_PRECISE, CV_32F);
+    EXPECT_LT(cv::norm(d, ref, cv::NORM_INF), 1e-4);
+}
+
+}  // namespace

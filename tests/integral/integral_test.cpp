@@ -1,0 +1,286 @@
+// Integral tables: the vector path against the scalar definition, worked
+// examples of the rules (offsets, wrapping, the tilted recurrence), the check
+// order, and cv::integral.
+#include "integral/integral.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <opencv2/imgproc.hpp>
+#include <random>
+#include <string>
+
+#include "support/check_order.h"
+
+namespace {
+
+using zep::Path;
+using zep::integral::None;
+using zt::Image;
+
+// Every integral export beside its scalar definition, in one argument layout:
+// source, table, square table (null for the plain forms), ROI.
+struct Case {
+    std::string name;
+    bool tilted, floatSrc;
+    int sumBytes, sqBytes;  // sqBytes 0: no square table
+    std::function<ZepStatus(const void*, int, void*, int, void*, int, ImageSize)> exported, scalar;
+};
+
+template <Path P, bool T, class Src, class S, class Q>
+ZepStatus run(const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize roi) {
+    const S val = S(-7);
+    if constexpr (std::is_same_v<Q, None>)
+        return zep::integral::integralImage<P, T, Src, S, None>(static_cast<const Src*>(s), ss, static_cast<S*>(d),
+                                                                ds, nullptr, 0, roi,
+                                                                std::is_same_v<Src, float> ? S(0) : val, None{});
+    else
+        return zep::integral::integralImage<P, T, Src, S, Q>(static_cast<const Src*>(s), ss, static_cast<S*>(d), ds,
+                                                             static_cast<Q*>(q), qs, roi, val, Q(3));
+}
+
+template <bool T, class Src, class S, class Q>
+Case make(const char* name, std::function<ZepStatus(const void*, int, void*, int, void*, int, ImageSize)> e) {
+    return {name,
+            T,
+            std::is_same_v<Src, float>,
+            sizeof(S),
+            std::is_same_v<Q, None> ? 0 : int(sizeof(Q)),
+            e,
+            run<Path::scalar, T, Src, S, Q>};
+}
+
+#define PLAIN(F, S, V)                                                              \
+    [](const void* s, int ss, void* d, int ds, void*, int, ImageSize r) {           \
+        return F(static_cast<const uint8_t*>(s), ss, static_cast<S*>(d), ds, r, V); \
+    }
+#define SQR(F, S, Q)                                                                                           \
+    [](const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize r) {                                 \
+        return F(static_cast<const uint8_t*>(s), ss, static_cast<S*>(d), ds, static_cast<Q*>(q), qs, r, S(-7), \
+                 Q(3));                                                                                        \
+    }
+
+const std::vector<Case>& cases() {
+    static const std::vector<Case> c = {
+        make<false, float, float, None>("Integral_32f",
+                                        [](const void* s, int ss, void* d, int ds, void*, int, ImageSize r) {
+                                            return zepiIntegral_32f_C1R(static_cast<const float*>(s), ss,
+                                                                        static_cast<float*>(d), ds, r);
+                                        }),
+        make<false, uint8_t, float, None>("Integral_8u32f", PLAIN(zepiIntegral_8u32f_C1R, float, -7.0f)),
+        make<false, uint8_t, int32_t, None>("Integral_8u32s", PLAIN(zepiIntegral_8u32s_C1R, int32_t, -7)),
+        make<false, uint8_t, int32_t, int32_t>("SqrIntegral_8u32s", SQR(zepiSqrIntegral_8u32s_C1R, int32_t, int32_t)),
+        make<false, uint8_t, int32_t, double>("SqrIntegral_8u32s64f",
+                                              SQR(zepiSqrIntegral_8u32s64f_C1R, int32_t, double)),
+        make<false, uint8_t, float, double>("SqrIntegral_8u32f64f", SQR(zepiSqrIntegral_8u32f64f_C1R, float, double)),
+        make<true, uint8_t, int32_t, None>("TiltedIntegral_8u32s", PLAIN(zepiTiltedIntegral_8u32s_C1R, int32_t, -7)),
+        make<true, uint8_t, float, None>("TiltedIntegral_8u32f", PLAIN(zepiTiltedIntegral_8u32f_C1R, float, -7.0f)),
+        make<true, uint8_t, int32_t, int32_t>("TiltedSqrIntegral_8u32s",
+                                              SQR(zepiTiltedSqrIntegral_8u32s_C1R, int32_t, int32_t)),
+        make<true, uint8_t, int32_t, double>("TiltedSqrIntegral_8u32s64f",
+                                             SQR(zepiTiltedSqrIntegral_8u32s64f_C1R, int32_t, double)),
+        make<true, uint8_t, float, double>("TiltedSqrIntegral_8u32f64f",
+                                           SQR(zepiTiltedSqrIntegral_8u32f64f_C1R, float, double)),
+    };
+    return c;
+}
+
+// Source (bytes standing in for 8u or 32f), table and square table of a case.
+struct Tables {
+    Image<uint8_t> src, sum, sq;
+    Tables(std::mt19937& rng, const Case& c, int w, int h)
+        : src(rng, w * (c.floatSrc ? 4 : 1), h, 1, false, c.floatSrc ? 4 : 1),
+          sum(rng, (w + (c.tilted ? 2 : 1)) * c.sumBytes, h + (c.tilted ? 2 : 1), 1, false, c.sumBytes),
+          sq(rng, (w + (c.tilted ? 2 : 1)) * std::max(c.sqBytes, 1), h + (c.tilted ? 2 : 1), 1, false,
+             std::max(c.sqBytes, 1)) {
+        if (c.floatSrc)
+            for (int y = 0; y < h; ++y)
+                for (int x = 0; x < w; ++x)
+                    reinterpret_cast<float*>(src.at(y))[x] = zt::randomValue<float>(rng, true);
+    }
+    ZepStatus call(const Case& c, bool scalar, uint8_t* sumAt, uint8_t* sqAt, ImageSize roi) {
+        return (scalar ? c.scalar : c.exported)(src.data(), src.step(), sumAt, sum.step(), c.sqBytes ? sqAt : nullptr,
+                                                sq.step(), roi);
+    }
+};
+
+TEST(Integral, VectorPathAgreesWithScalarDefinition) {
+    std::mt19937 rng(81);
+    for (const Case& c : cases()) {
+        for (int w : zt::sweepWidths()) {
+            for (int h : {1, 3}) {
+                Tables t(rng, c, w, h);
+                zt::Canvas sumRef = t.sum.canvas, sqRef = t.sq.canvas;
+                const auto sumBefore = t.sum.canvas.bytes(), sqBefore = t.sq.canvas.bytes();
+                ASSERT_EQ(t.call(c, false, t.sum.data(), t.sq.data(), {w, h}), zepStsOk);
+                ASSERT_EQ(t.call(c, true, sumRef.first(), sqRef.first(), {w, h}), zepStsOk);
+                ASSERT_EQ(zt::firstGuardChange(t.sum.canvas, sumBefore), -1) << c.name << " " << w;
+                ASSERT_EQ(zt::firstGuardChange(t.sq.canvas, sqBefore), -1) << c.name << " " << w;
+                if (c.sumBytes == 4 && c.floatSrc) {
+                    zt::canonicalizeNaNs(t.sum.canvas);
+                    zt::canonicalizeNaNs(sumRef);
+                }
+                ASSERT_EQ(zt::firstDifference(t.sum.canvas, sumRef), -1)
+                    << c.name << " width " << w << " height " << h;
+                if (c.sqBytes) {
+                    ASSERT_EQ(zt::firstDifference(t.sq.canvas, sqRef), -1) << c.name << " width " << w;
+                }
+            }
+        }
+    }
+}
+
+TEST(Integral, CheckOrder) {
+    std::mt19937 rng(5);
+    const ImageSize roi{5, 3};
+    for (const Case& c : cases()) {
+        Tables t(rng, c, roi.width, roi.height);
+        const int extra = c.tilted ? 2 : 1;
+        zt::CallArgs valid{{t.src.data(), t.sum.data()}, {t.src.step(), t.sum.step()}, roi, {}};
+        std::vector<zt::ImageRole> roles = {{c.floatSrc ? 4 : 1, 1, 0}, {c.sumBytes, 1, 0}};
+        if (c.sqBytes) {
+            valid.ptr.push_back(t.sq.data());
+            valid.step.push_back(t.sq.step());
+            roles.push_back({c.sqBytes, 1, 0});
+        }
+        auto call = [&c](const zt::CallArgs& a) {
+            return c.exported(a.ptr[0], a.step[0], a.ptr[1], a.step[1], c.sqBytes ? a.ptr[2] : nullptr,
+                              c.sqBytes ? a.step[2] : 0, a.roi);
+        };
+        // The tables need (width + 1) or (width + 2) elements a row.
+        auto breakers = zt::standardBreakers(roles, roi);
+        for (auto& b : breakers) {
+            if (!b.what.starts_with("short step") && !b.what.starts_with("odd step")) continue;
+            const int i = b.what.back() - '0', e = roles[i].elemBytes;
+            if (i >= 1 && b.what.starts_with("short step"))
+                b.apply = [i, e, row = (roi.width + extra) * e](zt::CallArgs& a) { a.step[i] = row - e; };
+            if (i >= 1 && b.what.starts_with("odd step"))
+                b.apply = [i, row = (roi.width + extra) * e](zt::CallArgs& a) { a.step[i] = row + 1; };
+        }
+        zt::expectCheckOrder(c.name, valid, call, breakers, {&t.sum.canvas, &t.sq.canvas});
+    }
+}
+
+TEST(Integral, OnePixelGivesValAndValPlusPixel) {
+    const uint8_t p = 200;
+    int32_t t[4];
+    ASSERT_EQ(zepiIntegral_8u32s_C1R(&p, 1, t, 8, {1, 1}, 10), zepStsOk);
+    EXPECT_EQ(t[0], 10);
+    EXPECT_EQ(t[1], 10);
+    EXPECT_EQ(t[2], 10);
+    EXPECT_EQ(t[3], 210);
+    // The 32f source form always starts from 0 and sums negative values as they are.
+    const float f[2] = {-1.5f, -0.25f};
+    float u[6];
+    ASSERT_EQ(zepiIntegral_32f_C1R(f, 8, u, 12, {2, 1}), zepStsOk);
+    const float expect[6] = {0, 0, 0, 0, -1.5f, -1.75f};
+    for (int i = 0; i < 6; ++i) EXPECT_EQ(u[i], expect[i]) << i;
+}
+
+TEST(Integral, ThirtyTwoBitTablesWrapAndDeviationStillWorks) {
+    std::mt19937 rng(3);
+    const int w = 300, h = 200;
+    cv::Mat src(h, w, CV_8U);
+    cv::randu(src, 200, 256);
+    cv::Mat sum(h + 1, w + 1, CV_32S), sq(h + 1, w + 1, CV_64F), sum0(h + 1, w + 1, CV_32S),
+        sq0(h + 1, w + 1, CV_64F);
+    // An offset near the top of the range makes the table wrap below zero.
+    const int32_t big = INT32_MAX - 1000;
+    ASSERT_EQ(zepiSqrIntegral_8u32s64f_C1R(src.data, int(src.step), sum.ptr<int32_t>(), int(sum.step),
+                                           sq.ptr<double>(), int(sq.step), {w, h}, big, 0.0),
+              zepStsOk);
+    ASSERT_EQ(zepiSqrIntegral_8u32s64f_C1R(src.data, int(src.step), sum0.ptr<int32_t>(), int(sum0.step),
+                                           sq0.ptr<double>(), int(sq0.step), {w, h}, 0, 0.0),
+              zepStsOk);
+    EXPECT_LT(sum.at<int32_t>(h, w), 0);
+    EXPECT_EQ(uint32_t(sum.at<int32_t>(h, w)), uint32_t(big) + uint32_t(sum0.at<int32_t>(h, w)));
+    const ImageRect r{0, 0, 7, 5};
+    cv::Mat d(h - 5, w - 7, CV_32F), d0(h - 5, w - 7, CV_32F);
+    ASSERT_EQ(zepiRectStdDev_32s32f_C1R(sum.ptr<int32_t>(), int(sum.step), sq.ptr<double>(), int(sq.step),
+                                        d.ptr<float>(), int(d.step), {w - 7, h - 5}, &r),
+              zepStsOk);
+    ASSERT_EQ(zepiRectStdDev_32s32f_C1R(sum0.ptr<int32_t>(), int(sum0.step), sq0.ptr<double>(), int(sq0.step),
+                                        d0.ptr<float>(), int(d0.step), {w - 7, h - 5}, &r),
+              zepStsOk);
+    EXPECT_EQ(cv::norm(d, d0, cv::NORM_INF), 0.0);
+}
+
+// The recurrence in plain double arithmetic, for small exact cases.
+std::vector<std::vector<double>> tiltedReference(const cv::Mat& src, double val, bool square) {
+    const int w = src.cols, h = src.rows;
+    std::vector<std::vector<double>> t(h + 2, std::vector<double>(w + 2, val));
+    auto p = [&](int y, int x) {
+        double v = src.at<uint8_t>(y, x);
+        return square ? v * v : v;
+    };
+    for (int y = 0; y < h; ++y) {
+        auto &o = t[y + 2], &u1 = t[y + 1], &u2 = t[y];
+        o[0] = u1[1];
+        for (int c = 1; c < w; ++c) o[c] = u1[c - 1] + u1[c + 1] - u2[c] + p(y, c - 1) + p(y, c);
+        o[w] = u1[w - 1] + u1[w + 1] - u2[w] + p(y, w - 1);
+        o[w + 1] = u1[w];
+    }
+    return t;
+}
+
+TEST(Integral, TiltedTableFollowsItsRecurrence) {
+    // One pixel wide: columns 0..2, T(y+2, 1) = T(y+1, 0) + T(y+1, 2) - T(y, 1) + src[y][0].
+    const uint8_t col[3] = {5, 7, 11};
+    int32_t t[5][3];
+    ASSERT_EQ(zepiTiltedIntegral_8u32s_C1R(col, 1, &t[0][0], 12, {1, 3}, 1), zepStsOk);
+    const int32_t expect[5][3] = {{1, 1, 1}, {1, 1, 1}, {1, 6, 1}, {6, 8, 6}, {8, 17, 8}};
+    for (int y = 0; y < 5; ++y)
+        for (int x = 0; x < 3; ++x) EXPECT_EQ(t[y][x], expect[y][x]) << y << "," << x;
+    // Wider tables against the recurrence in double (exact at this size).
+    for (int w : {2, 17, 40}) {
+        cv::Mat src(9, w, CV_8U), s(11, w + 2, CV_32F), q(11, w + 2, CV_64F);
+        cv::randu(src, 0, 256);
+        ASSERT_EQ(zepiTiltedSqrIntegral_8u32f64f_C1R(src.data, int(src.step), s.ptr<float>(), int(s.step),
+                                                     q.ptr<double>(), int(q.step), {w, 9}, 2.0f, 0.5),
+                  zepStsOk);
+        const auto rs = tiltedReference(src, 2.0, false), rq = tiltedReference(src, 0.5, true);
+        for (int y = 0; y < 11; ++y)
+            for (int x = 0; x < w + 2; ++x) {
+                ASSERT_EQ(s.at<float>(y, x), float(rs[y][x])) << w << " " << y << "," << x;
+                ASSERT_EQ(q.at<double>(y, x), rq[y][x]) << w << " " << y << "," << x;
+            }
+    }
+}
+
+// Peer: cv::integral computes the same upright 32s and 64f tables exactly.
+// Its tilted table is another table: it adds one pixel per row step where
+// this library adds the horizontal pair src[y][c-1] + src[y][c], and it has
+// (width + 1) x (height + 1) elements. The two agree only in the column
+// `width`, one row apart, while the row index is at most the width (there the
+// triangle above the element holds one pixel per row in both tables):
+// T(y + 1, width) == tilted(y, width) for y <= width.
+TEST(Integral, AgreesWithOpenCV) {
+    std::mt19937 rng(9);
+    for (int w : {1, 16, 33, 97}) {
+        const int h = 23;
+        cv::Mat src(h, w, CV_8U);
+        cv::randu(src, 0, 256);
+        cv::Mat cvSum, cvSq, cvTilt, cvSumF;
+        cv::integral(src, cvSum, cvSq, cvTilt, CV_32S, CV_64F);
+        cv::integral(src, cvSumF, CV_64F);
+        cv::Mat sum(h + 1, w + 1, CV_32S), sq(h + 1, w + 1, CV_64F), sumF(h + 1, w + 1, CV_32F);
+        ASSERT_EQ(zepiSqrIntegral_8u32s64f_C1R(src.data, int(src.step), sum.ptr<int32_t>(), int(sum.step),
+                                               sq.ptr<double>(), int(sq.step), {w, h}, 0, 0.0),
+                  zepStsOk);
+        ASSERT_EQ(zepiIntegral_8u32f_C1R(src.data, int(src.step), sumF.ptr<float>(), int(sumF.step), {w, h}, 0.0f),
+                  zepStsOk);
+        EXPECT_EQ(cv::norm(sum, cvSum, cv::NORM_INF), 0.0) << w;
+        EXPECT_EQ(cv::norm(sq, cvSq, cv::NORM_INF), 0.0) << w;
+        cv::Mat sumF64;
+        sumF.convertTo(sumF64, CV_64F);
+        EXPECT_EQ(cv::norm(sumF64, cvSumF, cv::NORM_INF), 0.0) << w;  // exact below 2^24
+        cv::Mat tilt(h + 2, w + 2, CV_32S);
+        ASSERT_EQ(
+            zepiTiltedIntegral_8u32s_C1R(src.data, int(src.step), tilt.ptr<int32_t>(), int(tilt.step), {w, h}, 0),
+            zepStsOk);
+        for (int y = 0; y <= std::min(h, w); ++y)
+            EXPECT_EQ(tilt.at<int32_t>(y + 1, w), cvTilt.at<int32_t>(y, w)) << w << " " << y;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,225 @@
+// Rectangle deviation: vector against scalar rule, the clamp and scaling
+// rules, the check order, and cv::meanStdDev over the same windows.
+#include "integral/rect_std_dev.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <opencv2/core.hpp>
+#include <random>
+#include <string>
+
+#include "support/check_order.h"
+
+namespace {
+
+using zep::Path;
+using zt::Image;
+
+using Fn = std::function<ZepStatus(const void*, int, const void*, int, void*, int, ImageSize, const ImageRect*)>;
+
+struct Case {
+    std::string name;
+    bool tilted;
+    int sumBytes, sqBytes;
+    bool floatSum;
+    Fn exported, scalar;
+};
+
+template <class S, class Q, class D, auto F, bool T, bool Sfs>
+Case make(const char* name, int sf = 0) {
+    auto bind = [sf](auto f) -> Fn {
+        return [f, sf](const void* s, int ss, const void* q, int qs, void* d, int ds, ImageSize r,
+                       const ImageRect* k) {
+            if constexpr (Sfs)
+                return f(static_cast<const S*>(s), ss, static_cast<const Q*>(q), qs, static_cast<D*>(d), ds, r, k,
+                         sf);
+            else
+                return f(static_cast<const S*>(s), ss, static_cast<const Q*>(q), qs, static_cast<D*>(d), ds, r, k);
+        };
+    };
+    auto scalar = [](const S* s, int ss, const Q* q, int qs, D* d, int ds, ImageSize r, const ImageRect* k,
+                     int f = 0) { return zep::integral::rectStdDev<Path::scalar, T>(s, ss, q, qs, d, ds, r, k, f); };
+    return {name, T, sizeof(S), sizeof(Q), std::is_same_v<S, float>, bind(F), bind(scalar)};
+}
+
+const std::vector<Case>& cases() {
+    static const std::vector<Case> c = {
+        make<float, double, float, zepiRectStdDev_32f_C1R, false, false>("RectStdDev_32f"),
+        make<int32_t, double, float, zepiRectStdDev_32s32f_C1R, false, false>("RectStdDev_32s32f"),
+        make<int32_t, int32_t, int32_t, zepiRectStdDev_32s_C1RSfs, false, true>("RectStdDev_32s_Sfs", -3),
+        make<float, double, float, zepiTiltedRectStdDev_32f_C1R, true, false>("TiltedRectStdDev_32f"),
+        make<int32_t, double, float, zepiTiltedRectStdDev_32s32f_C1R, true, false>("TiltedRectStdDev_32s32f"),
+        make<int32_t, int32_t, int32_t, zepiTiltedRectStdDev_32s_C1RSfs, true, true>("TiltedRectStdDev_32s_Sfs", 2),
+    };
+    return c;
+}
+
+// Tables just large enough for the rectangle at every output, and the output.
+struct Tables {
+    ImageRect r;
+    int cols, rows, offset;
+    Image<uint8_t> sum, sq, dst;
+    Tables(std::mt19937& rng, const Case& c, int w, int h, ImageRect rect)
+        : r(rect),
+          cols(c.tilted ? rect.x + rect.y + rect.width + rect.height + w - 1 : rect.x + w + rect.width),
+          rows(c.tilted ? h + rect.x + rect.y + rect.width + rect.height : h + rect.y + rect.height),
+          offset(c.tilted ? std::max(0, rect.y + rect.height - rect.x) : 0),
+          sum(rng, cols * c.sumBytes, rows, 1, false, c.sumBytes),
+          sq(rng, cols * c.sqBytes, rows, 1, false, c.sqBytes),
+          dst(rng, w * 4, h, 1, false, 4) {
+        for (int y = 0; y < rows; ++y)
+            for (int x = 0; x < cols; ++x) {
+                if (c.floatSum) reinterpret_cast<float*>(sum.at(y))[x] = zt::randomValue<float>(rng, true);
+                if (c.sqBytes == 8)
+                    reinterpret_cast<double*>(sq.at(y))[x] = zt::randomValue<double>(rng, false) * 1e3;
+            }
+    }
+    const void* sumAt() const { return sum.data() + offset * (sum.canvas.rowBytes() / cols); }
+    const void* sqAt() const { return sq.data() + offset * (sq.canvas.rowBytes() / cols); }
+};
+
+TEST(RectStdDev, VectorPathAgreesWithScalarDefinition) {
+    std::mt19937 rng(17);
+    for (const Case& c : cases()) {
+        for (int w : zt::sweepWidths()) {
+            const ImageRect rect{int(1 + rng() % 3), int(rng() % 3), int(1 + rng() % 4), int(1 + rng() % 4)};
+            Tables s(rng, c, w, 2, rect);
+            zt::Canvas ref = s.dst.canvas;
+            const auto before = s.dst.canvas.bytes();
+            ASSERT_EQ(
+                c.exported(s.sumAt(), s.sum.step(), s.sqAt(), s.sq.step(), s.dst.data(), s.dst.step(), {w, 2}, &rect),
+                zepStsOk);
+            ASSERT_EQ(
+                c.scalar(s.sumAt(), s.sum.step(), s.sqAt(), s.sq.step(), ref.first(), s.dst.step(), {w, 2}, &rect),
+                zepStsOk);
+            ASSERT_EQ(zt::firstGuardChange(s.dst.canvas, before), -1) << c.name;
+            if (c.sumBytes == 4 && c.sqBytes == 8) {
+                zt::canonicalizeNaNs(s.dst.canvas);
+                zt::canonicalizeNaNs(ref);
+            }
+            ASSERT_EQ(zt::firstDifference(s.dst.canvas, ref), -1) << c.name << " width " << w;
+        }
+    }
+}
+
+TEST(RectStdDev, CheckOrder) {
+    std::mt19937 rng(2);
+    const ImageSize roi{5, 3};
+    for (const Case& c : cases()) {
+        const ImageRect rect{1, 1, 2, 2};
+        Tables s(rng, c, roi.width, roi.height, rect);
+        zt::CallArgs valid{{const_cast<void*>(s.sumAt()), const_cast<void*>(s.sqAt()), s.dst.data()},
+                           {s.sum.step(), s.sq.step(), s.dst.step()},
+                           roi,
+                           {1, 1, 2, 2, 0}};
+        auto call = [&c](const zt::CallArgs& a) {
+            const ImageRect r{int(a.param[0]), int(a.param[1]), int(a.param[2]), int(a.param[3])};
+            return c.exported(a.ptr[0], a.step[0], a.ptr[1], a.step[1], a.ptr[2], a.step[2], a.roi,
+                              a.param[4] != 0 ? nullptr : &r);
+        };
+        const int sumRow = s.cols * c.sumBytes, sqRow = s.cols * c.sqBytes;
+        // Short steps hold one element: short for any rectangle the rect breakers make.
+        std::vector<zt::Breaker> b;
+        for (int i = 0; i < 3; ++i)
+            b.push_back(
+                {"null " + std::to_string(i), i, [i](zt::CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer});
+        b.push_back({"null rect", 3, [](zt::CallArgs& a) { a.param[4] = 1; }, zepStsNullPointer});
+        b.push_back({"zero width", 4, [](zt::CallArgs& a) { a.roi.width = 0; }, zepStsBadSize});
+        b.push_back({"zero height", 5, [](zt::CallArgs& a) { a.roi.height = 0; }, zepStsBadSize});
+        b.push_back({"short sum step", 10, [=](zt::CallArgs& a) { a.step[0] = c.sumBytes; }, zepStsBadStep});
+        b.push_back({"short dst step", 12, [=](zt::CallArgs& a) { a.step[2] = roi.width * 4 - 4; }, zepStsBadStep});
+        b.push_back({"short sq step", 11, [=](zt::CallArgs& a) { a.step[1] = c.sqBytes; }, zepStsBadStep});
+        b.push_back({"odd sum step", 10, [=](zt::CallArgs& a) { a.step[0] = sumRow + 2; }, zepStsStepNotMultiple});
+        b.push_back(
+            {"odd dst step", 12, [=](zt::CallArgs& a) { a.step[2] = roi.width * 4 + 2; }, zepStsStepNotMultiple});
+        b.push_back(
+            {"odd sq step", 11, [=](zt::CallArgs& a) { a.step[1] = sqRow + c.sqBytes / 2; }, zepStsStepNotMultiple});
+        b.push_back({"rect x < 0", 20, [](zt::CallArgs& a) { a.param[0] = -1; }, zepStsBadSize});
+        b.push_back({"rect y < 0", 21, [](zt::CallArgs& a) { a.param[1] = -1; }, zepStsBadSize});
+        b.push_back({"rect w 0", 22, [](zt::CallArgs& a) { a.param[2] = 0; }, zepStsBadSize});
+        b.push_back({"rect h 0", 23, [](zt::CallArgs& a) { a.param[3] = 0; }, zepStsBadSize});
+        zt::expectCheckOrder(c.name, valid, call, b, {&s.dst.canvas});
+    }
+}
+
+TEST(RectStdDev, ConstantRegionGivesExactlyZero) {
+    const int w = 40, h = 30;
+    cv::Mat src(h, w, CV_8U, cv::Scalar(77));
+    cv::Mat s32(h + 2, w + 2, CV_32S), sF(h + 2, w + 2, CV_32F), q64(h + 2, w + 2, CV_64F), q32(h + 2, w + 2, CV_32S);
+    const ImageRect r{2, 1, 5, 3};
+    for (bool tilted : {false, true}) {
+        const ImageSize t{w, h};
+        if (tilted) {
+            zepiTiltedSqrIntegral_8u32f64f_C1R(src.data, w, sF.ptr<float>(), int(sF.step), q64.ptr<double>(),
+                                               int(q64.step), t, 0.5f, 0.25);
+            zepiTiltedSqrIntegral_8u32s_C1R(src.data, w, s32.ptr<int32_t>(), int(s32.step), q32.ptr<int32_t>(),
+                                            int(q32.step), t, 9, 9);
+        } else {
+            zepiSqrIntegral_8u32f64f_C1R(src.data, w, sF.ptr<float>(), int(sF.step), q64.ptr<double>(), int(q64.step),
+                                         t, 0.5f, 0.25);
+            zepiSqrIntegral_8u32s_C1R(src.data, w, s32.ptr<int32_t>(), int(s32.step), q32.ptr<int32_t>(),
+                                      int(q32.step), t, 9, 9);
+        }
+        // Outputs whose rectangle stays inside the image; tilted pointers start at the column y + h - x.
+        const ImageSize out{8, 6};
+        const int off = tilted ? r.y + r.height - r.x : 0;
+        cv::Mat d(out.height, out.width, CV_32F), di(out.height, out.width, CV_32S);
+        auto tf = tilted ? zepiTiltedRectStdDev_32f_C1R : zepiRectStdDev_32f_C1R;
+        ASSERT_EQ(tf(sF.ptr<float>() + off, int(sF.step), q64.ptr<double>() + off, int(q64.step), d.ptr<float>(),
+                     int(d.step), out, &r),
+                  zepStsOk);
+        for (int y = 0; y < out.height; ++y)
+            for (int x = 0; x < out.width; ++x) ASSERT_EQ(d.at<float>(y, x), 0.0f) << tilted;
+        auto ti = tilted ? zepiTiltedRectStdDev_32s_C1RSfs : zepiRectStdDev_32s_C1RSfs;
+        ASSERT_EQ(ti(s32.ptr<int32_t>() + off, int(s32.step), q32.ptr<int32_t>() + off, int(q32.step),
+                     di.ptr<int32_t>(), int(di.step), out, &r, 0),
+                  zepStsOk);
+        EXPECT_EQ(cv::countNonZero(di), 0);
+    }
+}
+
+TEST(RectStdDev, ScaledResultAddsHalfAndTruncates) {
+    // Pixels 0 and 5 in a 2 x 1 rectangle: mean 2.5, deviation exactly 2.5.
+    const int32_t sum[2][3] = {{0, 0, 0}, {0, 0, 5}};
+    const int32_t sq[2][3] = {{0, 0, 0}, {0, 0, 25}};
+    const ImageRect r{0, 0, 2, 1};
+    const std::pair<int, int32_t> expect[] = {{0, 3}, {1, 1}, {-2, 10}, {40, 0}, {-40, INT32_MAX}};
+    for (auto [sf, want] : expect) {
+        int32_t out = -1;
+        ASSERT_EQ(zepiRectStdDev_32s_C1RSfs(&sum[0][0], 12, &sq[0][0], 12, &out, 4, {1, 1}, &r, sf), zepStsOk);
+        EXPECT_EQ(out, want) << sf;
+    }
+    const float sumF[2][3] = {{0, 0, 0}, {0, 0, 5}};
+    const double sqD[2][3] = {{0, 0, 0}, {0, 0, 25}};
+    float f = -1;
+    ASSERT_EQ(zepiRectStdDev_32f_C1R(&sumF[0][0], 12, &sqD[0][0], 24, &f, 4, {1, 1}, &r), zepStsOk);
+    EXPECT_EQ(f, 2.5f);
+}
+
+// Peer: cv::meanStdDev over each window (population deviation, like this
+// library). Its arithmetic differs (two-pass sums), so the comparison allows
+// a small relative difference.
+TEST(RectStdDev, AgreesWithOpenCVMeanStdDev) {
+    const int w = 64, h = 48;
+    cv::Mat src(h, w, CV_8U);
+    cv::randu(src, 0, 256);
+    cv::Mat sum(h + 1, w + 1, CV_32S), sq(h + 1, w + 1, CV_64F);
+    ASSERT_EQ(zepiSqrIntegral_8u32s64f_C1R(src.data, w, sum.ptr<int32_t>(), int(sum.step), sq.ptr<double>(),
+                                           int(sq.step), {w, h}, 0, 0),
+              zepStsOk);
+    const ImageRect r{3, 2, 9, 7};
+    const ImageSize out{w - 12, h - 9};
+    cv::Mat d(out.height, out.width, CV_32F);
+    ASSERT_EQ(zepiRectStdDev_32s32f_C1R(sum.ptr<int32_t>(), int(sum.step), sq.ptr<double>(), int(sq.step),
+                                        d.ptr<float>(), int(d.step), out, &r),
+              zepStsOk);
+    for (int y = 0; y < out.height; y += 5)
+        for (int x = 0; x < out.width; x += 3) {
+            cv::Scalar mean, dev;
+            cv::meanStdDev(src(cv::Rect(x + r.x, y + r.y, r.width, r.height)), mean, dev);
+            EXPECT_NEAR(d.at<float>(y, x), dev[0], 1e-4 * dev[0] + 1e-4) << x << "," << y;
+        }
+}
+
+}  // namespace
