@@ -45,6 +45,7 @@ struct LayerState {
     // kernelSize entries per phase, and their counts.
     int64_t evenOffset, evenWeight;
     int32_t evenCount[2];
+    int64_t phaseRows;  // up, three channels: the even and odd sums of a scratch row
 };
 
 // Identity of a state: direction, data-type code and channels in the low bits.
@@ -101,6 +102,7 @@ inline LayerState stateLayout(Dir d, ImageSize src, float rate, int n, int chann
     s.evenOffset = take(4 * 2 * int64_t{n});
     s.evenWeight = take(4 * 2 * int64_t{n});
     s.scratch = take(4 * ((int64_t{src.width} + 2 * s.margin) * channels + 64));
+    s.phaseRows = take(4 * 2 * (int64_t{src.width} * channels + 64));
     total = at + 63;
     return s;
 }
@@ -410,12 +412,23 @@ inline void upColumns1(const float* sc, const int32_t* const off[2], const float
     }
 }
 
-// Up, three channels: the block of 16 elements from t0 takes the even and odd
-// sums of the 16 scratch elements from jb = 3 * (t0 / 3 / 2), picked per lane;
-// the pick repeats every three blocks.
+// Up, three channels: first the even and odd sums of every scratch element
+// j = 3x + c (rows ev and od), then the block of 16 outputs from t0 picks its
+// elements from the 16 of each row from jb = 3 * (t0 / 3 / 2); the pick
+// repeats every three blocks.
 template <class T>
 inline void upColumns3(const float* sc, const int32_t* const off[2], const float* const w[2], const int count[2],
-                       int dstElems, T* out) {
+                       int dstElems, float* ev, float* od, T* out) {
+    const int pairs = (dstElems / 3 + 1) / 2;
+    for (int j = 0; j < 3 * pairs + 16; j += 16) {
+        __m512 even = _mm512_set1_ps(-0.0f), odd = even;
+        for (int k = 0; k < count[0]; ++k)
+            even = _mm512_add_ps(even, _mm512_mul_ps(_mm512_set1_ps(w[0][k]), _mm512_loadu_ps(sc + j + 3 * off[0][k])));
+        for (int k = 0; k < count[1]; ++k)
+            odd = _mm512_add_ps(odd, _mm512_mul_ps(_mm512_set1_ps(w[1][k]), _mm512_loadu_ps(sc + j + 3 * off[1][k])));
+        _mm512_storeu_ps(ev + j, even);
+        _mm512_storeu_ps(od + j, odd);
+    }
     __m512i pick[3];
     for (int ph = 0; ph < 3; ++ph) {
         alignas(64) int32_t lane[16];
@@ -428,13 +441,8 @@ inline void upColumns3(const float* sc, const int32_t* const off[2], const float
     }
     int ph = 0;
     for (int t0 = 0; t0 < dstElems; t0 += 16) {
-        const float* at = sc + 3 * (t0 / 3 / 2);
-        __m512 even = _mm512_set1_ps(-0.0f), odd = even;
-        for (int j = 0; j < count[0]; ++j)
-            even = _mm512_add_ps(even, _mm512_mul_ps(_mm512_set1_ps(w[0][j]), _mm512_loadu_ps(at + 3 * off[0][j])));
-        for (int j = 0; j < count[1]; ++j)
-            odd = _mm512_add_ps(odd, _mm512_mul_ps(_mm512_set1_ps(w[1][j]), _mm512_loadu_ps(at + 3 * off[1][j])));
-        const __m512 v = _mm512_permutex2var_ps(even, pick[ph], odd);
+        const int jb = 3 * (t0 / 3 / 2);
+        const __m512 v = _mm512_permutex2var_ps(_mm512_loadu_ps(ev + jb), pick[ph], _mm512_loadu_ps(od + jb));
         if (t0 + 16 <= dstElems)
             storeElements(out + t0, v);
         else
@@ -496,7 +504,8 @@ void resampleRateTwo(Dir d, LayerState* s, Rows<const T> src, ImageSize srcRoi, 
             else
                 upColumns1<T, 0, 0>(sc, off, w, count, dstRoi.width, out);
         } else {
-            upColumns3<T>(sc, off, w, count, dstRoi.width * Ch, out);
+            float* ev = reinterpret_cast<float*>(base + s->phaseRows);
+            upColumns3<T>(sc, off, w, count, dstRoi.width * Ch, ev, ev + int64_t{s->maxSrc.width} * Ch + 64, out);
         }
     }
 }
