@@ -176,21 +176,27 @@ inline T roundToElement(float v) {
     }
 }
 
+// floor(v + 0.5) as integers from 0 up, for an unsigned saturating store:
+// values past 65536 are held there first, and NaN, -inf and anything below
+// 0 convert to a negative integer that the max lifts to 0 (min returns its
+// second operand, NaN, when that is NaN).
+inline __m512i roundedIntegers(__m512 v) {
+    const __m512 t = _mm512_min_ps(_mm512_set1_ps(65536.0f), _mm512_add_ps(v, _mm512_set1_ps(0.5f)));
+    const __m512i i = _mm512_cvt_roundps_epi32(t, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
+    return _mm512_max_epi32(i, _mm512_setzero_si512());
+}
+
 // Sixteen results stored as elements of T with the same rounding.
 template <class T>
 inline void storeElements(T* p, __m512 v) {
     if constexpr (std::is_same_v<T, float>) {
         _mm512_storeu_ps(p, v);
     } else {
-        constexpr float top = std::is_same_v<T, uint8_t> ? 255.0f : 65535.0f;
-        __m512 t =
-            _mm512_roundscale_ps(_mm512_add_ps(v, _mm512_set1_ps(0.5f)), _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
-        t = _mm512_min_ps(_mm512_max_ps(t, _mm512_setzero_ps()), _mm512_set1_ps(top));
-        const __m512i i = _mm512_cvttps_epi32(t);
+        const __m512i i = roundedIntegers(v);
         if constexpr (std::is_same_v<T, uint8_t>) {
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm512_cvtepi32_epi8(i));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm512_cvtusepi32_epi8(i));
         } else {
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_cvtepi32_epi16(i));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_cvtusepi32_epi16(i));
         }
     }
 }
@@ -267,15 +273,11 @@ inline void storeElementsMasked(T* p, __m512 v, __mmask16 m) {
     if constexpr (std::is_same_v<T, float>) {
         _mm512_mask_storeu_ps(p, m, v);
     } else {
-        constexpr float top = std::is_same_v<T, uint8_t> ? 255.0f : 65535.0f;
-        __m512 t =
-            _mm512_roundscale_ps(_mm512_add_ps(v, _mm512_set1_ps(0.5f)), _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
-        t = _mm512_min_ps(_mm512_max_ps(t, _mm512_setzero_ps()), _mm512_set1_ps(top));
-        const __m512i i = _mm512_cvttps_epi32(t);
+        const __m512i i = roundedIntegers(v);
         if constexpr (std::is_same_v<T, uint8_t>)
-            _mm512_mask_cvtepi32_storeu_epi8(p, m, i);
+            _mm512_mask_cvtusepi32_storeu_epi8(p, m, i);
         else
-            _mm512_mask_cvtepi32_storeu_epi16(p, m, i);
+            _mm512_mask_cvtusepi32_storeu_epi16(p, m, i);
     }
 }
 
@@ -302,6 +304,10 @@ inline void buildRateTwoTaps(Dir d, LayerState* s) {
     }
 }
 
+// acc + product for tap j of a sum that starts from -0: the first product
+// itself (-0 + p is p bit for bit, NaNs included), then additions.
+inline __m512 plus(__m512 acc, int j, __m512 product) { return j == 0 ? product : _mm512_add_ps(acc, product); }
+
 // out[e] = sum over taps j of w[j] * in[j][e], in tap order, from -0.
 template <class T, int N>
 inline void sumRowsFixed(const T* const* in, const float* w, int taps, int elems, float* out) {
@@ -326,8 +332,8 @@ inline void sumRowsFixed(const T* const* in, const float* w, int taps, int elems
     for (; e + 32 <= elems; e += 32) {
         __m512 a = _mm512_set1_ps(-0.0f), b = a;
         for (int j = 0; j < count; ++j) {
-            a = _mm512_add_ps(a, _mm512_mul_ps(tap(j), simd::loadAsFloat(row(j) + e)));
-            b = _mm512_add_ps(b, _mm512_mul_ps(tap(j), simd::loadAsFloat(row(j) + e + 16)));
+            a = plus(a, j, _mm512_mul_ps(tap(j), simd::loadAsFloat(row(j) + e)));
+            b = plus(b, j, _mm512_mul_ps(tap(j), simd::loadAsFloat(row(j) + e + 16)));
         }
         _mm512_storeu_ps(out + e, a);
         _mm512_storeu_ps(out + e + 16, b);
@@ -335,7 +341,7 @@ inline void sumRowsFixed(const T* const* in, const float* w, int taps, int elems
     for (; e < elems; e += 16) {
         const __mmask16 m = simd::firstLanes16(std::min(16, elems - e));
         __m512 a = _mm512_set1_ps(-0.0f);
-        for (int j = 0; j < count; ++j) a = _mm512_add_ps(a, _mm512_mul_ps(tap(j), loadAsFloatMasked(row(j) + e, m)));
+        for (int j = 0; j < count; ++j) a = plus(a, j, _mm512_mul_ps(tap(j), loadAsFloatMasked(row(j) + e, m)));
         _mm512_mask_storeu_ps(out + e, m, a);
     }
 }
@@ -375,7 +381,7 @@ inline void downColumns(const float* sc, const int32_t* off, const float* w, int
         for (int j = 0; j < count; ++j) {
             const float* p = at + Ch * off[j];
             const __m512 v = _mm512_permutex2var_ps(_mm512_loadu_ps(p), pick[ph], _mm512_loadu_ps(p + 16));
-            acc = _mm512_add_ps(acc, _mm512_mul_ps(_mm512_set1_ps(w[j]), v));
+            acc = plus(acc, j, _mm512_mul_ps(_mm512_set1_ps(w[j]), v));
         }
         if (e + 16 <= dstElems)
             storeElements(out + e, acc);
@@ -397,9 +403,9 @@ inline void upColumns1(const float* sc, const int32_t* const off[2], const float
     for (int x = 0; 2 * x < dstWidth; x += 16) {
         __m512 even = _mm512_set1_ps(-0.0f), odd = even;
         for (int j = 0; j < ne; ++j)
-            even = _mm512_add_ps(even, _mm512_mul_ps(_mm512_set1_ps(w[0][j]), _mm512_loadu_ps(sc + x + off[0][j])));
+            even = plus(even, j, _mm512_mul_ps(_mm512_set1_ps(w[0][j]), _mm512_loadu_ps(sc + x + off[0][j])));
         for (int j = 0; j < no; ++j)
-            odd = _mm512_add_ps(odd, _mm512_mul_ps(_mm512_set1_ps(w[1][j]), _mm512_loadu_ps(sc + x + off[1][j])));
+            odd = plus(odd, j, _mm512_mul_ps(_mm512_set1_ps(w[1][j]), _mm512_loadu_ps(sc + x + off[1][j])));
         const __m512 a = _mm512_permutex2var_ps(even, lo, odd), b = _mm512_permutex2var_ps(even, hi, odd);
         const int left = dstWidth - 2 * x;
         if (left >= 32) {
@@ -423,9 +429,9 @@ inline void upColumns3(const float* sc, const int32_t* const off[2], const float
     for (int j = 0; j < 3 * pairs + 16; j += 16) {
         __m512 even = _mm512_set1_ps(-0.0f), odd = even;
         for (int k = 0; k < count[0]; ++k)
-            even = _mm512_add_ps(even, _mm512_mul_ps(_mm512_set1_ps(w[0][k]), _mm512_loadu_ps(sc + j + 3 * off[0][k])));
+            even = plus(even, k, _mm512_mul_ps(_mm512_set1_ps(w[0][k]), _mm512_loadu_ps(sc + j + 3 * off[0][k])));
         for (int k = 0; k < count[1]; ++k)
-            odd = _mm512_add_ps(odd, _mm512_mul_ps(_mm512_set1_ps(w[1][k]), _mm512_loadu_ps(sc + j + 3 * off[1][k])));
+            odd = plus(odd, k, _mm512_mul_ps(_mm512_set1_ps(w[1][k]), _mm512_loadu_ps(sc + j + 3 * off[1][k])));
         _mm512_storeu_ps(ev + j, even);
         _mm512_storeu_ps(od + j, odd);
     }
