@@ -144,8 +144,13 @@ TEST(PyramidLayer, VectorPathAgreesWithScalarDefinition) {
 // heights down to 1 so that long kernels mirror several times; both up sizes.
 template <class T>
 std::vector<std::vector<T>> rateTwoKernels() {
-    std::vector<std::vector<T>> k = {{1, 2, 1}, {1, 4, 6, 4, 1}, {0, 1, 0}, {5, 1, 9},        {1, 0, 3, 8, 3, 0, 1},
-                                     {1, 2, 3, 4, 5, 4, 3, 2, 1}, {2, 7, 1, 8, 2, 8, 1, 8, 2, 8, 4}};
+    std::vector<std::vector<T>> k = {{1, 2, 1},
+                                     {1, 4, 6, 4, 1},
+                                     {0, 1, 0},
+                                     {5, 1, 9},
+                                     {1, 0, 3, 8, 3, 0, 1},
+                                     {1, 2, 3, 4, 5, 4, 3, 2, 1},
+                                     {2, 7, 1, 8, 2, 8, 1, 8, 2, 8, 4}};
     k.push_back(std::vector<T>(67, T(1)));
     if constexpr (std::is_same_v<T, float>) k.push_back({-1, 0.5f, 1, 0.5f, -1}), k.push_back({1e-30f, 1, 1e30f});
     return k;
