@@ -9,6 +9,8 @@
 // output's weights are divided by their sum (unless it is 0). A call first
 // sums the taps of each destination row over whole source rows into a float
 // scratch row, then the taps of each destination column of that row.
+// At rate 2 the weights of each phase are the same for every output, so the
+// vector path reads them from short lists made at Init (resampleRateTwo).
 #pragma once
 
 #include <algorithm>
