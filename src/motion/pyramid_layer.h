@@ -9,6 +9,8 @@
 // output's weights are divided by their sum (unless it is 0). A call first
 // sums the taps of each destination row over whole source rows into a float
 // scratch row, then the taps of each destination column of that row.
+// At rate 2 the weights of each phase are the same for every output, so the
+// vector path reads them from short lists made at Init (resampleRateTwo).
 #pragma once
 
 #include <algorithm>
@@ -36,9 +38,16 @@ struct LayerState {
     int32_t channels;
     ImageSize maxSrc;  // the size Init was given: the largest source
     int32_t maxTaps;   // taps an output coordinate can have
-    int32_t pad;
-    int64_t stride;  // elements of one tap's row of column tables
+    int32_t margin;    // pixels of mirrored border on each side of the rate-2 scratch row
+    int64_t stride;    // elements of one tap's row of column tables
     int64_t kernel, rowIndex, rowWeight, scratch, colIndex, colWeight, colWindow;
+    // Rate 2: every output of a phase (down one, up two: even and odd
+    // outputs) takes the same weights at the same offsets from its centre.
+    // The nonzero ones, in tap order: offset and weight arrays of
+    // kernelSize entries per phase, and their counts.
+    int64_t evenOffset, evenWeight;
+    int32_t evenCount[2];
+    int64_t phaseRows;  // up, three channels: the even and odd sums of a scratch row
 };
 
 // Identity of a state: direction, data-type code and channels in the low bits.
@@ -88,10 +97,14 @@ inline LayerState stateLayout(Dir d, ImageSize src, float rate, int n, int chann
     s.kernel = take(8 * int64_t{n});
     s.rowIndex = take(4 * taps);
     s.rowWeight = take(4 * taps);
-    s.scratch = take(4 * int64_t{src.width} * channels);
     s.colIndex = take(4 * taps * s.stride);
     s.colWeight = take(4 * taps * s.stride);
     s.colWindow = take(4 * taps * (s.stride / 16));
+    s.margin = n / 2 + 2;
+    s.evenOffset = take(4 * 2 * int64_t{n});
+    s.evenWeight = take(4 * 2 * int64_t{n});
+    s.scratch = take(4 * ((int64_t{src.width} + 2 * s.margin) * channels + 64));
+    s.phaseRows = take(4 * 2 * (int64_t{src.width} * channels + 64));
     total = at + 63;
     return s;
 }
@@ -165,21 +178,27 @@ inline T roundToElement(float v) {
     }
 }
 
+// floor(v + 0.5) as integers from 0 up, for an unsigned saturating store:
+// values past 65536 are held there first, and NaN, -inf and anything below
+// 0 convert to a negative integer that the max lifts to 0 (min returns its
+// second operand, NaN, when that is NaN).
+inline __m512i roundedIntegers(__m512 v) {
+    const __m512 t = _mm512_min_ps(_mm512_set1_ps(65536.0f), _mm512_add_ps(v, _mm512_set1_ps(0.5f)));
+    const __m512i i = _mm512_cvt_roundps_epi32(t, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
+    return _mm512_max_epi32(i, _mm512_setzero_si512());
+}
+
 // Sixteen results stored as elements of T with the same rounding.
 template <class T>
 inline void storeElements(T* p, __m512 v) {
     if constexpr (std::is_same_v<T, float>) {
         _mm512_storeu_ps(p, v);
     } else {
-        constexpr float top = std::is_same_v<T, uint8_t> ? 255.0f : 65535.0f;
-        __m512 t =
-            _mm512_roundscale_ps(_mm512_add_ps(v, _mm512_set1_ps(0.5f)), _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
-        t = _mm512_min_ps(_mm512_max_ps(t, _mm512_setzero_ps()), _mm512_set1_ps(top));
-        const __m512i i = _mm512_cvttps_epi32(t);
+        const __m512i i = roundedIntegers(v);
         if constexpr (std::is_same_v<T, uint8_t>) {
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm512_cvtepi32_epi8(i));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm512_cvtusepi32_epi8(i));
         } else {
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_cvtepi32_epi16(i));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_cvtusepi32_epi16(i));
         }
     }
 }
@@ -237,8 +256,273 @@ int buildColumnTables(Dir d, LayerState* s, int32_t srcWidth, int32_t dstWidth) 
 // acc + w * v, skipped when w is 0 (so an infinity under a zero weight adds nothing).
 inline float addTap(float acc, float w, float v) { return w != 0.0f ? acc + w * v : acc; }
 
+// ---- Rate 2: fixed weights per phase, mirrored borders copied into the scratch row.
+
+// Sixteen elements (the lanes of m) widened exactly to single precision; other lanes 0.
+template <class T>
+inline __m512 loadAsFloatMasked(const T* p, __mmask16 m) {
+    if constexpr (std::is_same_v<T, uint8_t>)
+        return _mm512_cvtepi32_ps(_mm512_cvtepu8_epi32(_mm_maskz_loadu_epi8(m, p)));
+    else if constexpr (std::is_same_v<T, uint16_t>)
+        return _mm512_cvtepi32_ps(_mm512_cvtepu16_epi32(_mm256_maskz_loadu_epi16(m, p)));
+    else
+        return _mm512_maskz_loadu_ps(m, p);
+}
+
+// The lanes of m of sixteen results stored as elements of T, rounded as storeElements.
+template <class T>
+inline void storeElementsMasked(T* p, __m512 v, __mmask16 m) {
+    if constexpr (std::is_same_v<T, float>) {
+        _mm512_mask_storeu_ps(p, m, v);
+    } else {
+        const __m512i i = roundedIntegers(v);
+        if constexpr (std::is_same_v<T, uint8_t>)
+            _mm512_mask_cvtusepi32_storeu_epi8(p, m, i);
+        else
+            _mm512_mask_cvtusepi32_storeu_epi16(p, m, i);
+    }
+}
+
+// The phase lists of a rate-2 state, built at Init from the same weights
+// outputTaps gives every output: the taps of an output far from the borders,
+// zero weights dropped. Down has one phase (offsets from 2x), up two (offsets
+// from x = X / 2 for even and odd outputs X).
+inline void buildRateTwoTaps(Dir d, LayerState* s) {
+    auto* base = reinterpret_cast<uint8_t*>(s);
+    const auto* kernel = reinterpret_cast<const double*>(base + s->kernel);
+    auto* idx = reinterpret_cast<int32_t*>(base + s->rowIndex);
+    auto* w = reinterpret_cast<float*>(base + s->rowWeight);
+    const int n = s->kernelSize;
+    for (int p = 0; p < (d == Dir::down ? 1 : 2); ++p) {
+        auto* off = reinterpret_cast<int32_t*>(base + s->evenOffset) + p * n;
+        auto* weight = reinterpret_cast<float*>(base + s->evenWeight) + p * n;
+        const int64_t x = d == Dir::down ? n : 2 * int64_t{n} + p;
+        const int64_t centre = d == Dir::down ? 2 * int64_t{n} : n;
+        const int count = outputTaps(d, x, 4 * n + 4, kernel, n, s->rate, s->maxTaps, idx, w);
+        int kept = 0;
+        for (int k = 0; k < count; ++k)
+            if (w[k] != 0.0f) off[kept] = static_cast<int32_t>(idx[k] - centre), weight[kept++] = w[k];
+        s->evenCount[p] = kept;
+    }
+}
+
+// acc + product for tap j of a sum that starts from -0: the first product
+// itself (-0 + p is p bit for bit, NaNs included), then additions.
+inline __m512 plus(__m512 acc, int j, __m512 product) { return j == 0 ? product : _mm512_add_ps(acc, product); }
+
+// out[e] = sum over taps j of w[j] * in[j][e], in tap order, from -0.
+template <class T, int N>
+inline void sumRowsFixed(const T* const* in, const float* w, int taps, int elems, float* out) {
+    const int count = N > 0 ? N : taps;
+    __m512 wv[N > 0 ? N : 1];
+    const T* rowp[N > 0 ? N : 1];
+    if constexpr (N > 0)
+        for (int j = 0; j < N; ++j) wv[j] = _mm512_set1_ps(w[j]), rowp[j] = in[j];
+    auto tap = [&](int j) {
+        if constexpr (N > 0)
+            return wv[j];
+        else
+            return _mm512_set1_ps(w[j]);
+    };
+    auto row = [&](int j) {
+        if constexpr (N > 0)
+            return rowp[j];
+        else
+            return in[j];
+    };
+    int e = 0;
+    for (; e + 32 <= elems; e += 32) {
+        __m512 a = _mm512_set1_ps(-0.0f), b = a;
+        for (int j = 0; j < count; ++j) {
+            a = plus(a, j, _mm512_mul_ps(tap(j), simd::loadAsFloat(row(j) + e)));
+            b = plus(b, j, _mm512_mul_ps(tap(j), simd::loadAsFloat(row(j) + e + 16)));
+        }
+        _mm512_storeu_ps(out + e, a);
+        _mm512_storeu_ps(out + e + 16, b);
+    }
+    for (; e < elems; e += 16) {
+        const __mmask16 m = simd::firstLanes16(std::min(16, elems - e));
+        __m512 a = _mm512_set1_ps(-0.0f);
+        for (int j = 0; j < count; ++j) a = plus(a, j, _mm512_mul_ps(tap(j), loadAsFloatMasked(row(j) + e, m)));
+        _mm512_mask_storeu_ps(out + e, m, a);
+    }
+}
+
+template <class T>
+inline void sumRows(const T* const* in, const float* w, int taps, int elems, float* out) {
+    switch (taps) {
+        case 2:
+            return sumRowsFixed<T, 2>(in, w, taps, elems, out);
+        case 3:
+            return sumRowsFixed<T, 3>(in, w, taps, elems, out);
+        case 5:
+            return sumRowsFixed<T, 5>(in, w, taps, elems, out);
+        default:
+            return sumRowsFixed<T, 0>(in, w, taps, elems, out);
+    }
+}
+
+// Down, one destination row from the scratch row sc (pixel 0 at sc, mirrored
+// margins around it): element e = x * Ch + c takes sc[(2x + o) * Ch + c] =
+// sc[2e - c + Ch * o] for each tap offset o. A block of 16 elements starting
+// at e0 reads a 32-element window from 2 * e0 - c(e0) + Ch * o.
+template <class T, int Ch, int N>
+inline void downColumns(const float* sc, const int32_t* off, const float* w, int taps, int dstElems, T* out) {
+    __m512i pick[Ch];
+    for (int ph = 0; ph < Ch; ++ph) {
+        alignas(64) int32_t lane[16];
+        const int e0 = 16 * ph;
+        for (int m = 0; m < 16; ++m) lane[m] = 2 * m - (e0 + m) % Ch + e0 % Ch;
+        pick[ph] = _mm512_load_si512(lane);
+    }
+    const int count = N > 0 ? N : taps;
+    int ph = 0;
+    for (int e = 0; e < dstElems; e += 16) {
+        const float* at = sc + 2 * e - e % Ch;
+        __m512 acc = _mm512_set1_ps(-0.0f);
+        for (int j = 0; j < count; ++j) {
+            const float* p = at + Ch * off[j];
+            const __m512 v = _mm512_permutex2var_ps(_mm512_loadu_ps(p), pick[ph], _mm512_loadu_ps(p + 16));
+            acc = plus(acc, j, _mm512_mul_ps(_mm512_set1_ps(w[j]), v));
+        }
+        if (e + 16 <= dstElems)
+            storeElements(out + e, acc);
+        else
+            storeElementsMasked(out + e, acc, simd::firstLanes16(dstElems - e));
+        if (++ph == Ch) ph = 0;
+    }
+}
+
+// Up, one destination row: output X = 2x + p takes sc[(x + o) * Ch + c] for
+// the offsets o of phase p. One channel: even and odd results of 16 pixels,
+// interleaved into 32 outputs.
+template <class T, int NE, int NO>
+inline void upColumns1(const float* sc, const int32_t* const off[2], const float* const w[2], const int count[2],
+                       int dstWidth, T* out) {
+    const __m512i lo = _mm512_set_epi32(23, 7, 22, 6, 21, 5, 20, 4, 19, 3, 18, 2, 17, 1, 16, 0);
+    const __m512i hi = _mm512_add_epi32(lo, _mm512_set1_epi32(8));
+    const int ne = NE > 0 ? NE : count[0], no = NO > 0 ? NO : count[1];
+    for (int x = 0; 2 * x < dstWidth; x += 16) {
+        __m512 even = _mm512_set1_ps(-0.0f), odd = even;
+        for (int j = 0; j < ne; ++j)
+            even = plus(even, j, _mm512_mul_ps(_mm512_set1_ps(w[0][j]), _mm512_loadu_ps(sc + x + off[0][j])));
+        for (int j = 0; j < no; ++j)
+            odd = plus(odd, j, _mm512_mul_ps(_mm512_set1_ps(w[1][j]), _mm512_loadu_ps(sc + x + off[1][j])));
+        const __m512 a = _mm512_permutex2var_ps(even, lo, odd), b = _mm512_permutex2var_ps(even, hi, odd);
+        const int left = dstWidth - 2 * x;
+        if (left >= 32) {
+            storeElements(out + 2 * x, a);
+            storeElements(out + 2 * x + 16, b);
+        } else {
+            storeElementsMasked(out + 2 * x, a, simd::firstLanes16(std::min(left, 16)));
+            if (left > 16) storeElementsMasked(out + 2 * x + 16, b, simd::firstLanes16(left - 16));
+        }
+    }
+}
+
+// Up, three channels: first the even and odd sums of every scratch element
+// j = 3x + c (rows ev and od), then the block of 16 outputs from t0 picks its
+// elements from the 16 of each row from jb = 3 * (t0 / 3 / 2); the pick
+// repeats every three blocks.
+template <class T>
+inline void upColumns3(const float* sc, const int32_t* const off[2], const float* const w[2], const int count[2],
+                       int dstElems, float* ev, float* od, T* out) {
+    const int pairs = (dstElems / 3 + 1) / 2;
+    for (int j = 0; j < 3 * pairs + 16; j += 16) {
+        __m512 even = _mm512_set1_ps(-0.0f), odd = even;
+        for (int k = 0; k < count[0]; ++k)
+            even = plus(even, k, _mm512_mul_ps(_mm512_set1_ps(w[0][k]), _mm512_loadu_ps(sc + j + 3 * off[0][k])));
+        for (int k = 0; k < count[1]; ++k)
+            odd = plus(odd, k, _mm512_mul_ps(_mm512_set1_ps(w[1][k]), _mm512_loadu_ps(sc + j + 3 * off[1][k])));
+        _mm512_storeu_ps(ev + j, even);
+        _mm512_storeu_ps(od + j, odd);
+    }
+    __m512i pick[3];
+    for (int ph = 0; ph < 3; ++ph) {
+        alignas(64) int32_t lane[16];
+        const int t0 = 16 * ph, jb = 3 * (t0 / 3 / 2);
+        for (int m = 0; m < 16; ++m) {
+            const int t = t0 + m, X = t / 3, c = t % 3;
+            lane[m] = (X % 2) * 16 + 3 * (X / 2) + c - jb;
+        }
+        pick[ph] = _mm512_load_si512(lane);
+    }
+    int ph = 0;
+    for (int t0 = 0; t0 < dstElems; t0 += 16) {
+        const int jb = 3 * (t0 / 3 / 2);
+        const __m512 v = _mm512_permutex2var_ps(_mm512_loadu_ps(ev + jb), pick[ph], _mm512_loadu_ps(od + jb));
+        if (t0 + 16 <= dstElems)
+            storeElements(out + t0, v);
+        else
+            storeElementsMasked(out + t0, v, simd::firstLanes16(dstElems - t0));
+        if (++ph == 3) ph = 0;
+    }
+}
+
+// The rate-2 layer: per destination row, the rows pass into the scratch row
+// (after a margin of s->margin pixels), the margins mirrored from it, then
+// the columns pass. The same products summed in the same order as the
+// general tables give, so the results are those of the scalar definition.
+template <class T, int Ch>
+void resampleRateTwo(Dir d, LayerState* s, Rows<const T> src, ImageSize srcRoi, Rows<T> dst, ImageSize dstRoi) {
+    auto* base = reinterpret_cast<uint8_t*>(s);
+    const int n = s->kernelSize;
+    const int32_t* off[2] = {reinterpret_cast<const int32_t*>(base + s->evenOffset),
+                             reinterpret_cast<const int32_t*>(base + s->evenOffset) + n};
+    const float* w[2] = {reinterpret_cast<const float*>(base + s->evenWeight),
+                         reinterpret_cast<const float*>(base + s->evenWeight) + n};
+    const int* count = s->evenCount;
+    const int M = s->margin, W = srcRoi.width;
+    float* scratch = reinterpret_cast<float*>(base + s->scratch);
+    float* sc = scratch + int64_t{M} * Ch;
+    const T* rowPtr[64];
+    const T** rp = n <= 64 ? rowPtr : nullptr;
+    auto* rowIdx = reinterpret_cast<int32_t*>(base + s->rowIndex);
+    for (int y = 0; y < dstRoi.height; ++y) {
+        const int p = d == Dir::down ? 0 : y % 2;
+        const int64_t centre = d == Dir::down ? 2 * int64_t{y} : y / 2;
+        const int taps = count[p];
+        if (rp != nullptr) {
+            for (int j = 0; j < taps; ++j) rp[j] = src[tapIndex(d, centre + off[p][j], srcRoi.height)];
+            sumRows<T>(rp, w[p], taps, W * Ch, sc);
+        } else {  // kernels longer than 64 taps: the same sums, row by row in tap order
+            for (int j = 0; j < taps; ++j) rowIdx[j] = tapIndex(d, centre + off[p][j], srcRoi.height);
+            for (int64_t e = 0; e < int64_t{W} * Ch; ++e) {
+                float acc = -0.0f;
+                for (int j = 0; j < taps; ++j) acc = acc + w[p][j] * static_cast<float>(src[rowIdx[j]][e]);
+                sc[e] = acc;
+            }
+        }
+        for (int i = 1; i <= M; ++i)
+            for (int c = 0; c < Ch; ++c) {
+                sc[-i * Ch + c] = sc[tapIndex(d, -i, W) * Ch + c];
+                sc[(W - 1 + i) * Ch + c] = sc[tapIndex(d, W - 1 + i, W) * Ch + c];
+            }
+        T* out = dst[y];
+        if (d == Dir::down) {
+            if (count[0] == 5)
+                downColumns<T, Ch, 5>(sc, off[0], w[0], 5, dstRoi.width * Ch, out);
+            else if (count[0] == 3)
+                downColumns<T, Ch, 3>(sc, off[0], w[0], 3, dstRoi.width * Ch, out);
+            else
+                downColumns<T, Ch, 0>(sc, off[0], w[0], count[0], dstRoi.width * Ch, out);
+        } else if constexpr (Ch == 1) {
+            if (count[0] == 3 && count[1] == 2)
+                upColumns1<T, 3, 2>(sc, off, w, count, dstRoi.width, out);
+            else
+                upColumns1<T, 0, 0>(sc, off, w, count, dstRoi.width, out);
+        } else {
+            float* ev = reinterpret_cast<float*>(base + s->phaseRows);
+            upColumns3<T>(sc, off, w, count, dstRoi.width * Ch, ev, ev + int64_t{s->maxSrc.width} * Ch + 64, out);
+        }
+    }
+}
+
 template <Path P, class T, int Ch>
 void resampleRows(Dir d, LayerState* s, Rows<const T> src, ImageSize srcRoi, Rows<T> dst, ImageSize dstRoi) {
+    if constexpr (P == Path::vector) {
+        if (s->rate == 2.0f) return resampleRateTwo<T, Ch>(d, s, src, srcRoi, dst, dstRoi);
+    }
     auto parts = stateParts<T>(s);
     const int taps = buildColumnTables<T, Ch>(d, s, srcRoi.width, dstRoi.width);
     const int srcElems = srcRoi.width * Ch, dstElems = dstRoi.width * Ch;
@@ -380,6 +664,9 @@ inline ZepStatus layerInit(Dir d, void** state, ImageSize roi, float rate, const
             if (dataType == zep16u) k[i] = static_cast<const uint16_t*>(kernel)[i];
             if (dataType == zep32f) k[i] = static_cast<const float*>(kernel)[i];
         }
+        std::fill_n(reinterpret_cast<float*>(at + s->scratch), (int64_t{roi.width} + 2 * s->margin) * channels + 64,
+                    0.0f);
+        if (rate == 2.0f) buildRateTwoTaps(d, s);
         *state = s;
     });
 }

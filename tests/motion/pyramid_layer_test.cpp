@@ -138,6 +138,78 @@ TEST(PyramidLayer, VectorPathAgreesWithScalarDefinition) {
     }
 }
 
+// Rate 2 runs its own path (fixed weights per phase, mirrored margins): every
+// odd kernel length up to past 64 taps (the rows pass switches there), zero
+// taps, an asymmetric kernel and, for floats, one whose weights sum to 0;
+// heights down to 1 so that long kernels mirror several times; both up sizes.
+template <class T>
+std::vector<std::vector<T>> rateTwoKernels() {
+    std::vector<std::vector<T>> k = {{1, 2, 1},
+                                     {1, 4, 6, 4, 1},
+                                     {0, 1, 0},
+                                     {5, 1, 9},
+                                     {1, 0, 3, 8, 3, 0, 1},
+                                     {1, 2, 3, 4, 5, 4, 3, 2, 1},
+                                     {2, 7, 1, 8, 2, 8, 1, 8, 2, 8, 4}};
+    k.push_back(std::vector<T>(67, T(1)));
+    if constexpr (std::is_same_v<T, float>) k.push_back({-1, 0.5f, 1, 0.5f, -1}), k.push_back({1e-30f, 1, 1e30f});
+    return k;
+}
+
+template <class T, int Ch>
+void expectRateTwoAgrees(Dir d) {
+    std::mt19937 rng(29 + Ch);
+    for (const auto& kernel : rateTwoKernels<T>()) {
+        for (int w : zt::sweepWidths()) {
+            for (int h : {1, 2, 4, 7}) {
+                const ImageSize src{w, h};
+                State<T, Ch> state(d, {w + 1, h + 2}, 2.0f, kernel);
+                std::vector<ImageSize> dsts(1);
+                if (d == Dir::down) {
+                    zepiGetPyramidDownROI(src, &dsts[0], 2.0f);
+                } else {
+                    dsts.resize(2);
+                    zepiGetPyramidUpROI(src, &dsts[0], &dsts[1], 2.0f);
+                }
+                for (ImageSize dst : dsts) {
+                    Image<T> in(rng, w, h, Ch), out(rng, dst.width, dst.height, Ch);
+                    zt::Canvas expected = out.canvas;
+                    const std::vector<uint8_t> before = out.canvas.bytes();
+                    ASSERT_EQ((resample<T, Ch>(d, in.data(), in.step(), src, out.data(), out.step(), dst, state)),
+                              zepStsOk);
+                    auto scalar = [&](auto tag) {
+                        return zep::pyramid::layerImage<Path::scalar, decltype(tag)::value, T, Ch>(
+                            in.data(), in.step(), src, reinterpret_cast<T*>(expected.first()), out.step(), dst,
+                            state.state);
+                    };
+                    ASSERT_EQ(d == Dir::down ? scalar(std::integral_constant<Dir, Dir::down>{})
+                                             : scalar(std::integral_constant<Dir, Dir::up>{}),
+                              zepStsOk);
+                    if constexpr (std::is_same_v<T, float>) {
+                        zt::canonicalizeNaNs(out.canvas);
+                        zt::canonicalizeNaNs(expected);
+                    }
+                    ASSERT_EQ(zt::firstDifference(out.canvas, expected), -1)
+                        << (d == Dir::down ? "down" : "up") << " taps " << kernel.size() << " src " << w << "x" << h
+                        << " dst " << dst.width << "x" << dst.height << " channels " << Ch;
+                    ASSERT_EQ(zt::firstGuardChange(out.canvas, before), -1) << "width " << w;
+                }
+            }
+        }
+    }
+}
+
+TEST(PyramidLayer, RateTwoPathAgreesWithScalarDefinition) {
+    for (Dir d : {Dir::down, Dir::up}) {
+        expectRateTwoAgrees<uint8_t, 1>(d);
+        expectRateTwoAgrees<uint8_t, 3>(d);
+        expectRateTwoAgrees<uint16_t, 1>(d);
+        expectRateTwoAgrees<uint16_t, 3>(d);
+        expectRateTwoAgrees<float, 1>(d);
+        expectRateTwoAgrees<float, 3>(d);
+    }
+}
+
 // One row through a layer operation (height 1 keeps the rows pass exact).
 template <class T>
 std::vector<T> row(Dir d, std::vector<T> src, int dstWidth, float rate, std::vector<T> kernel, int dstHeight = 1) {
