@@ -34,6 +34,9 @@ public:
 
     // The element mask of vector j (0..2) for the selected pixels of a group.
     uint64_t operator()(uint64_t pixels, int j) const { return _pdep_u64(pixels >> first_[j], pattern_[j]); }
+    // Its parts, for loops that keep them in registers: mask = pdep(pixels >> first, pattern).
+    uint64_t pattern(int j) const { return pattern_[j]; }
+    int first(int j) const { return first_[j]; }
 
 private:
     uint64_t pattern_[3];

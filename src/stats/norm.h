@@ -115,6 +115,7 @@ template <>
 struct IntVec<uint8_t> {
     static constexpr int E = 64;  // elements in a vector
     static __m512i load(uint64_t k, const uint8_t* p) { return _mm512_maskz_loadu_epi8(k, p); }
+    static __m512i select(uint64_t k, __m512i v) { return _mm512_maskz_mov_epi8(k, v); }
     static __m512i absDiff(__m512i a, __m512i b) {
         return _mm512_or_si512(_mm512_subs_epu8(a, b), _mm512_subs_epu8(b, a));
     }
@@ -139,6 +140,7 @@ struct IntVec<uint16_t> {
     static __m512i load(uint64_t k, const uint16_t* p) {
         return _mm512_maskz_loadu_epi16(static_cast<__mmask32>(k), p);
     }
+    static __m512i select(uint64_t k, __m512i v) { return _mm512_maskz_mov_epi16(static_cast<__mmask32>(k), v); }
     static __m512i absDiff(__m512i a, __m512i b) {
         return _mm512_or_si512(_mm512_subs_epu16(a, b), _mm512_subs_epu16(b, a));
     }
@@ -254,36 +256,56 @@ IntTotals intNormVector(Rows<const T> a, Rows<const T> b, Rows<const uint8_t> ma
     constexpr int kGroupsPerFlush = kFlush / Ch;
     const simd::ChannelLanes<E> lanes(c);
     IntAcc<K, T> num, den;
-    auto body = [&](uint64_t k, const T* pa, const T* pb) {
-        const __m512i va = V::load(k, pa);
+    // A whole vector inside the row is loaded unmasked, so that the load does
+    // not wait for the lane mask, and then zeroed where unselected; the row's
+    // last group loads under the mask.
+    auto body = [&]<bool Whole>(uint64_t k, const T* pa, const T* pb) {
+        auto load = [k](const T* p) {
+            if constexpr (Whole) {
+                __m512i v = _mm512_loadu_si512(p);
+                asm("" : "+v"(v));  // keeps the compiler from folding the two into a masked load
+                return V::select(k, v);
+            } else {
+                return V::load(k, p);
+            }
+        };
+        const __m512i va = load(pa);
         if constexpr (O == NormOf::src) {
             num.add(va);
         } else {
-            const __m512i vb = V::load(k, pb);
+            const __m512i vb = load(pb);
             num.addDiff(va, vb);
             if constexpr (O == NormOf::rel) den.add(vb);
+        }
+    };
+    // The three channel patterns, held in registers through the rows.
+    const uint64_t p0 = lanes.pattern(0), p1 = lanes.pattern(1), p2 = lanes.pattern(2);
+    const int s0 = lanes.first(0), s1 = lanes.first(1), s2 = lanes.first(2);
+    auto group = [&]<bool Whole>(uint64_t px, const T* pa, const T* pb) {
+        if constexpr (Ch == 1) {
+            body.template operator()<Whole>(px, pa, pb);
+        } else {
+            body.template operator()<Whole>(_pdep_u64(px >> s0, p0), pa, pb);
+            body.template operator()<Whole>(_pdep_u64(px >> s1, p1), pa + E, pb + E);
+            body.template operator()<Whole>(_pdep_u64(px >> s2, p2), pa + 2 * E, pb + 2 * E);
         }
     };
     for (int y = 0; y < roi.height; ++y) {
         const T* ra = a[y];
         const T* rb = b[y];
         const uint8_t* rm = mask[y];
-        int x = 0;
-        while (x < roi.width) {
-            const int64_t end = std::min<int64_t>(roi.width, x + int64_t{kGroupsPerFlush} * E);
-            for (; x < end; x += E) {
-                const int n = std::min<int>(E, roi.width - x);
-                const uint64_t px = V::pixels(rm + x, n);
-                if constexpr (Ch == 1) {
-                    body(px, ra + x, rb + x);
-                } else {
-                    const ptrdiff_t e = ptrdiff_t{x} * 3;
-                    for (int j = 0; j < 3; ++j) body(lanes(px, j), ra + e + j * E, rb + e + j * E);
-                }
+        int x = 0, groups = 0;
+        for (; x <= roi.width - E; x += E) {
+            group.template operator()<true>(V::pixels(rm + x, E), ra + ptrdiff_t{x} * Ch, rb + ptrdiff_t{x} * Ch);
+            if (++groups == kGroupsPerFlush) {
+                num.flush(), den.flush();
+                groups = 0;
             }
-            num.flush();
-            den.flush();
         }
+        if (x < roi.width)
+            group.template operator()<false>(V::pixels(rm + x, roi.width - x), ra + ptrdiff_t{x} * Ch,
+                                             rb + ptrdiff_t{x} * Ch);
+        num.flush(), den.flush();
     }
     return {num.total(), O == NormOf::rel ? den.total() : 0};
 }
