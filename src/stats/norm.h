@@ -543,16 +543,17 @@ NormTotals floatMaxVector(Rows<const float> a, Rows<const float> b, Rows<const u
         const float* ra = a[y];
         const float* rb = b[y];
         const uint8_t* rm = mask[y];
-        for (int x = 0; x < roi.width; x += 16) {
-            const int n = std::min(16, roi.width - x);
+        // Whole blocks of 16 load unmasked; the row's last block under a lane mask.
+        auto block = [&]<bool Whole>(int x, int n) {
             const __mmask16 lanes = simd::firstLanes16(n);
-            const __m128i mv = _mm_maskz_loadu_epi8(lanes, rm + x);
+            const __m128i mv = Whole ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(rm + x))
+                                     : _mm_maskz_loadu_epi8(lanes, rm + x);
             const __mmask16 k = _mm_test_epi8_mask(mv, mv);
             auto load = [&](const float* r) {
                 if constexpr (Ch == 1)
-                    return _mm512_maskz_loadu_ps(lanes, r + x);
+                    return Whole ? _mm512_loadu_ps(r + x) : _mm512_maskz_loadu_ps(lanes, r + x);
                 else
-                    return gather.loadPart(r + ptrdiff_t{x} * 3, n);
+                    return Whole ? gather.load(r + ptrdiff_t{x} * 3, 16) : gather.loadPart(r + ptrdiff_t{x} * 3, n);
             };
             const __m512 va = load(ra);
             if constexpr (O == NormOf::src) {
@@ -562,7 +563,10 @@ NormTotals floatMaxVector(Rows<const float> a, Rows<const float> b, Rows<const u
                 num.add(k, _mm512_sub_ps(va, vb));
                 if constexpr (O == NormOf::rel) den.add(k, vb);
             }
-        }
+        };
+        int x = 0;
+        for (; x + 16 <= roi.width; x += 16) block.template operator()<true>(x, 16);
+        if (x < roi.width) block.template operator()<false>(x, roi.width - x);
     }
     return {num.value(), den.value()};
 }
