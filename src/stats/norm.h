@@ -198,18 +198,19 @@ struct IntAcc<NormKind::l1, uint8_t> {
     Wide total() const { return sumLanes(s); }
 };
 
-// 16-bit values as low and high bytes: sum = sum(lo) + 256 * sum(hi).
+// 16-bit values through their bytes: sad gives sum(lo + hi) and, shifted,
+// sum(hi); the sum of the values is sum(lo + hi) + 255 * sum(hi).
 template <>
 struct IntAcc<NormKind::l1, uint16_t> {
-    __m512i lo = _mm512_setzero_si512(), hi = _mm512_setzero_si512();
+    __m512i both = _mm512_setzero_si512(), hi = _mm512_setzero_si512();
     void add(__m512i v) {
         const __m512i z = _mm512_setzero_si512();
-        lo = _mm512_add_epi64(lo, _mm512_sad_epu8(_mm512_and_si512(v, _mm512_set1_epi16(0xFF)), z));
+        both = _mm512_add_epi64(both, _mm512_sad_epu8(v, z));
         hi = _mm512_add_epi64(hi, _mm512_sad_epu8(_mm512_srli_epi16(v, 8), z));
     }
     void addDiff(__m512i a, __m512i b) { add(IntVec<uint16_t>::absDiff(a, b)); }
     void flush() {}
-    Wide total() const { return sumLanes(lo) + (sumLanes(hi) << 8); }
+    Wide total() const { return sumLanes(both) + sumLanes(hi) * 255; }
 };
 
 template <>
