@@ -159,6 +159,40 @@ struct IntVec<uint16_t> {
     }
 };
 
+// Thirty-two 16-bit values of channel c of a three-channel row, gathered
+// from the 96 values at p by two two-source word permutes, so that the
+// arithmetic runs on one vector per 32 pixels with the pixels' own lane mask.
+class Channel16Of3 {
+public:
+    explicit Channel16Of3(int c) {
+        alignas(64) int16_t i01[32], i2[32];
+        for (int i = 0; i < 32; ++i) {
+            const int e = 3 * i + c;
+            i01[i] = static_cast<int16_t>(e < 64 ? e : 0);
+            i2[i] = static_cast<int16_t>(e < 64 ? i : 32 + (e - 64));
+        }
+        idx01_ = _mm512_load_si512(i01);
+        idx2_ = _mm512_load_si512(i2);
+    }
+    // All 96 values at p are read.
+    __m512i load(const uint16_t* p) const {
+        return join(_mm512_loadu_si512(p), _mm512_loadu_si512(p + 32), _mm512_loadu_si512(p + 64));
+    }
+    // The first 3n values at p are read (n <= 32); lanes >= n are undefined.
+    __m512i loadPart(const uint16_t* p, int n) const {
+        const int e = 3 * n;
+        return join(_mm512_maskz_loadu_epi16(simd::firstLanes32(std::min(e, 32)), p),
+                    _mm512_maskz_loadu_epi16(simd::firstLanes32(std::clamp(e - 32, 0, 32)), p + 32),
+                    _mm512_maskz_loadu_epi16(simd::firstLanes32(std::clamp(e - 64, 0, 32)), p + 64));
+    }
+
+private:
+    __m512i join(__m512i v0, __m512i v1, __m512i v2) const {
+        return _mm512_permutex2var_epi16(_mm512_permutex2var_epi16(v0, idx01_, v1), idx2_, v2);
+    }
+    __m512i idx01_, idx2_;
+};
+
 inline __m512i add32To64(__m512i acc64, __m512i v32) {
     acc64 = _mm512_add_epi64(acc64, _mm512_cvtepu32_epi64(_mm512_castsi512_si256(v32)));
     return _mm512_add_epi64(acc64, _mm512_cvtepu32_epi64(_mm512_extracti64x4_epi64(v32, 1)));
@@ -248,13 +282,14 @@ struct IntAcc<NormKind::l2, uint16_t> {
     Wide total() const { return sumLanes(ll) + (sumLanes(hl) << 9) + (sumLanes(hh) << 16); }
 };
 
-// Rows in groups of E pixels (one vector, or three for C3 with lane masks of
-// the channel), the last group of a row under a lane mask.
+// Rows in groups of E pixels (one vector; for C3 one gathered vector of 16u
+// or three 8u vectors under the channel's lane masks), the last group of a
+// row under a lane mask.
 template <NormKind K, NormOf O, class T, int Ch>
 IntTotals intNormVector(Rows<const T> a, Rows<const T> b, Rows<const uint8_t> mask, ImageSize roi, int c) {
     using V = IntVec<T>;
     constexpr int E = V::E;
-    constexpr int kGroupsPerFlush = kFlush / Ch;
+    constexpr int kGroupsPerFlush = kFlush / 3;
     const simd::ChannelLanes<E> lanes(c);
     IntAcc<K, T> num, den;
     // A whole vector inside the row is loaded unmasked, so that the load does
@@ -282,9 +317,26 @@ IntTotals intNormVector(Rows<const T> a, Rows<const T> b, Rows<const uint8_t> ma
     // The three channel patterns, held in registers through the rows.
     const uint64_t p0 = lanes.pattern(0), p1 = lanes.pattern(1), p2 = lanes.pattern(2);
     const int s0 = lanes.first(0), s1 = lanes.first(1), s2 = lanes.first(2);
-    auto group = [&]<bool Whole>(uint64_t px, const T* pa, const T* pb) {
+    // 16u: the channel is gathered into one vector; 8u: three vectors under
+    // the channel's lane masks (byte permutes are not in this instruction set).
+    [[maybe_unused]] const Channel16Of3 gather16(c);
+    auto group = [&]<bool Whole>(uint64_t px, const T* pa, const T* pb, int n) {
         if constexpr (Ch == 1) {
             body.template operator()<Whole>(px, pa, pb);
+        } else if constexpr (sizeof(T) == 2) {
+            auto load = [&](const T* p) {
+                __m512i v = Whole ? gather16.load(p) : gather16.loadPart(p, n);
+                asm("" : "+v"(v));  // as above
+                return V::select(px, v);
+            };
+            const __m512i va = load(pa);
+            if constexpr (O == NormOf::src) {
+                num.add(va);
+            } else {
+                const __m512i vb = load(pb);
+                num.addDiff(va, vb);
+                if constexpr (O == NormOf::rel) den.add(vb);
+            }
         } else {
             body.template operator()<Whole>(_pdep_u64(px >> s0, p0), pa, pb);
             body.template operator()<Whole>(_pdep_u64(px >> s1, p1), pa + E, pb + E);
@@ -297,7 +349,7 @@ IntTotals intNormVector(Rows<const T> a, Rows<const T> b, Rows<const uint8_t> ma
         const uint8_t* rm = mask[y];
         int x = 0, groups = 0;
         for (; x <= roi.width - E; x += E) {
-            group.template operator()<true>(V::pixels(rm + x, E), ra + ptrdiff_t{x} * Ch, rb + ptrdiff_t{x} * Ch);
+            group.template operator()<true>(V::pixels(rm + x, E), ra + ptrdiff_t{x} * Ch, rb + ptrdiff_t{x} * Ch, E);
             if (++groups == kGroupsPerFlush) {
                 num.flush(), den.flush();
                 groups = 0;
@@ -305,7 +357,7 @@ IntTotals intNormVector(Rows<const T> a, Rows<const T> b, Rows<const uint8_t> ma
         }
         if (x < roi.width)
             group.template operator()<false>(V::pixels(rm + x, roi.width - x), ra + ptrdiff_t{x} * Ch,
-                                             rb + ptrdiff_t{x} * Ch);
+                                             rb + ptrdiff_t{x} * Ch, roi.width - x);
         num.flush(), den.flush();
     }
     return {num.total(), O == NormOf::rel ? den.total() : 0};
