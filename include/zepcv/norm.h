@@ -9,7 +9,8 @@
  * 8u and 16u norms are exact sums and maxima converted to double. 32f sums
  * (|x| for L1, x * x fused for L2) run in single precision per vector lane
  * within a row; each row's lane sums are converted to double and added to a
- * double total. The L2 result is the double square root of the total.
+ * double total; 32f differences a - b are rounded to single precision first.
+ * The L2 result is the double square root of the total.
  *
  * Relative norms divide in double precision (L2: the square root of the
  * quotient of the squared sums). A zero denominator returns the warning
