@@ -542,8 +542,7 @@ NormTotals floatSumVector(Rows<const float> a, Rows<const float> b, Rows<const u
 
 // ---------------------------------------------------------------------------
 // 32f infinity norms: the maximum of |x| is exact in any order. A selected NaN
-// never wins a comparison but is remembered, and makes the norm the quiet NaN
-// 0x7FF8000000000000.
+// (any sign or payload) makes the norm the quiet NaN 0x7FF8000000000000.
 
 struct FloatMax {
     float m = 0.0f;
@@ -570,21 +569,21 @@ NormTotals floatMaxScalar(Rows<const float> a, Rows<const float> b, Rows<const u
     return {num.value(), den.value()};
 }
 
+// The vector form compares the bits of |x| as unsigned integers: they order
+// as the values do, and every NaN lies above +inf, so one maximum both finds
+// the largest value and notices a NaN.
 struct FloatMaxVector {
-    __m512 m = _mm512_setzero_ps();
-    __mmask16 nan = 0;
+    __m512i m = _mm512_setzero_si512();
     void add(__mmask16 k, __m512 x) {
-        const __m512 ax = _mm512_abs_ps(x);
-        m = _mm512_mask_max_ps(m, k, ax, m);  // a NaN in ax keeps m
-        nan |= _mm512_mask_cmp_ps_mask(k, ax, ax, _CMP_UNORD_Q);
+        const __m512i bits = _mm512_and_si512(_mm512_castps_si512(x), _mm512_set1_epi32(0x7FFFFFFF));
+        m = _mm512_mask_max_epu32(m, k, m, bits);
     }
     double value() const {
-        if (nan) return std::numeric_limits<double>::quiet_NaN();
-        alignas(64) float l[16];
-        _mm512_store_ps(l, m);
-        float r = 0.0f;
-        for (float v : l) r = v > r ? v : r;
-        return double(r);
+        alignas(64) uint32_t l[16];
+        _mm512_store_si512(l, m);
+        uint32_t r = 0;
+        for (uint32_t v : l) r = v > r ? v : r;
+        return r > 0x7F800000u ? std::numeric_limits<double>::quiet_NaN() : double(std::bit_cast<float>(r));
     }
 };
 

@@ -306,6 +306,14 @@ TEST(Norm, Float32Specials) {
         EXPECT_EQ(zepiNorm_L2_32f_C1MR(row.data(), 4 * w, m.data(), w, {w, 1}, &r), zepStsOk);
         EXPECT_EQ(r, std::sqrt(9.0 * (w - 4) + 1 + 49 + 64)) << w;
     }
+    // NaNs of every sign and payload, the least of them next to +inf.
+    for (const uint32_t bits : {0x7F800001u, 0xFF800001u, 0xFFFFFFFFu, 0x7FC00000u}) {
+        std::vector<float> row(37, INFINITY);
+        row[bits % 37] = std::bit_cast<float>(bits);
+        std::vector<uint8_t> m(37, 1);
+        EXPECT_EQ(zepiNorm_Inf_32f_C1MR(row.data(), 4 * 37, m.data(), 37, {37, 1}, &r), zepStsOk);
+        EXPECT_EQ(std::bit_cast<uint64_t>(r), 0x7FF8000000000000u) << std::hex << bits;
+    }
     EXPECT_EQ(zepiNorm_L1_32f_C1MR(inf, 16, some, 4, {4, 1}, &r), zepStsOk);
     EXPECT_EQ(r, 3.0);
 }
