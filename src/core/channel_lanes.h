@@ -100,6 +100,12 @@ public:
         }
     }
 
+    // The element mask of vector j (0..2) of a three-channel block for the
+    // selected pixels: pdep(pixels >> first(j), pattern(j)). For loops that
+    // keep the parts in registers.
+    uint64_t pattern(int j) const { return bits_[j]; }
+    int first(int j) const { return first_[j]; }
+
     // A whole block with every pixel taking part: every lane is in use.
     __m512i gatherAll(const T* px) const {
         if constexpr (C == 1) {
