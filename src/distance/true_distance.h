@@ -308,7 +308,7 @@ inline bool columnStrip16(IntRows g, Rows<float> dst, int height, int x0, int co
     const __mmask16 active = simd::firstLanes16(count);
     const __m512i laneIdx = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
     const __m512i noneV = _mm512_set1_epi32(kNoZero), one = _mm512_set1_epi32(1), two = _mm512_set1_epi32(2);
-    const __m512i three = _mm512_set1_epi32(3), low16 = _mm512_set1_epi32(0xFFFF);
+    const __m512i three = _mm512_set1_epi32(3);
     const __m512i full = _mm512_set1_epi32(capacity);
     const Level16 empty{_mm512_setzero_si512(), _mm512_setzero_si512()};
     Level16 t = empty, s = empty, u = empty;
@@ -321,27 +321,28 @@ inline bool columnStrip16(IntRows g, Rows<float> dst, int height, int x0, int co
         const __mmask16 deeper = k & _mm512_cmpge_epi32_mask(depth, three);
         const __m512i at = _mm512_add_epi32(_mm512_slli_epi32(_mm512_sub_epi32(depth, three), 4), laneIdx);
         const __m512i e = _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), deeper, at, stack, 4);
-        const __m512i row = _mm512_srli_epi32(e, 16), gv = _mm512_and_si512(e, low16);
-        u = select(deeper, u,
-                   Level16{row, _mm512_add_epi32(_mm512_mullo_epi32(gv, gv), _mm512_mullo_epi32(row, row))});
+        u = select(deeper, u, Level16{_mm512_srli_epi32(e, 16), _mm512_madd_epi16(e, e)});
     };
     for (int q = 0; q < height; ++q) {
         if (q + 16 < height) _mm_prefetch(reinterpret_cast<const char*>(g[q + 16] + x0), _MM_HINT_T0);
         const __m512i gq = _mm512_maskz_loadu_epi32(active, g[q] + x0);
         const __mmask16 m = _mm512_mask_cmpneq_epi32_mask(active, gq, noneV);
         const __m512i qv = _mm512_set1_epi32(q);
-        const __m512i fq = _mm512_add_epi32(_mm512_mullo_epi32(gq, gq), _mm512_set1_epi32(q * q));
-        for (;;) {
-            // Pop the top while q overtakes it no later than it overtook the second:
-            // (F(q) - F(t)) (t - s) <= (F(t) - F(s)) (q - t).
-            const __mmask16 pop = m & _mm512_cmpge_epi32_mask(depth, two) &
-                                  productsAtMost(_mm512_sub_epi32(fq, t.f), _mm512_sub_epi32(t.row, s.row),
-                                                 _mm512_sub_epi32(t.f, s.f), _mm512_sub_epi32(qv, t.row));
-            if (!pop) break;
-            raise(pop);
-        }
-        if (_mm512_mask_cmpge_epi32_mask(m, depth, full)) return false;
+        // The entry of q (row << 16 | g): one pairwise multiply-add of its halves gives F.
         const __m512i e = _mm512_or_si512(_mm512_slli_epi32(qv, 16), gq);
+        const __m512i fq = _mm512_madd_epi16(e, e);
+        // Pop the top while q overtakes it no later than it overtook the second:
+        // (F(q) - F(t)) (t - s) <= (F(t) - F(s)) (q - t). Some lane usually
+        // pops once: one masked step without a branch, then a loop.
+        auto overtaken = [&] {
+            return static_cast<__mmask16>(
+                m & _mm512_cmpge_epi32_mask(depth, two) &
+                productsAtMost(_mm512_sub_epi32(fq, t.f), _mm512_sub_epi32(t.row, s.row), _mm512_sub_epi32(t.f, s.f),
+                               _mm512_sub_epi32(qv, t.row)));
+        };
+        raise(overtaken());
+        for (__mmask16 pop = overtaken(); pop; pop = overtaken()) raise(pop);
+        if (_mm512_mask_cmpge_epi32_mask(m, depth, full)) return false;
         _mm512_mask_i32scatter_epi32(stack, m, _mm512_add_epi32(_mm512_slli_epi32(depth, 4), laneIdx), e, 4);
         depth = _mm512_mask_add_epi32(depth, m, depth, one);
         u = select(m, u, s);
