@@ -352,17 +352,18 @@ inline bool columnStrip16(IntRows g, Rows<float> dst, int height, int x0, int co
     const __mmask16 any = _mm512_cmpge_epi32_mask(depth, one);
     const __m512 inf = _mm512_set1_ps(std::numeric_limits<float>::infinity());
     for (int q = height - 1; q >= 0; --q) {
+        // 2 q and the rows fit the low 16 bits: a pairwise multiply-add forms 2 q row.
         const __m512i twoQ = _mm512_set1_epi32(2 * q);
         // s takes over from t once F(s) - 2 q s <= F(t) - 2 q t.
         auto takeOver = [&] {
-            const __m512i lower = _mm512_sub_epi32(s.f, _mm512_mullo_epi32(twoQ, s.row));
-            const __m512i upper = _mm512_sub_epi32(t.f, _mm512_mullo_epi32(twoQ, t.row));
+            const __m512i lower = _mm512_sub_epi32(s.f, _mm512_madd_epi16(twoQ, s.row));
+            const __m512i upper = _mm512_sub_epi32(t.f, _mm512_madd_epi16(twoQ, t.row));
             return static_cast<__mmask16>(_mm512_cmpge_epi32_mask(depth, two) &
                                           _mm512_cmple_epi32_mask(lower, upper));
         };
         raise(takeOver());
         for (__mmask16 step = takeOver(); step; step = takeOver()) raise(step);
-        const __m512i d2 = _mm512_add_epi32(_mm512_sub_epi32(t.f, _mm512_mullo_epi32(twoQ, t.row)),
+        const __m512i d2 = _mm512_add_epi32(_mm512_sub_epi32(t.f, _mm512_madd_epi16(twoQ, t.row)),
                                             _mm512_set1_epi32(q * q));
         const __m512 d = _mm512_mask_mov_ps(inf, any, _mm512_sqrt_ps(_mm512_cvtepi32_ps(d2)));
         _mm512_mask_storeu_ps(dst[q] + x0, active, d);
