@@ -123,7 +123,9 @@ inline void envelopeRow(AliasI32* g, float* out, int w, int32_t* apex, int64_t* 
 // g(q), so pushing is one contiguous store and only popping gathers. The
 // envelope is then read bottom-up, walking the stack downwards. Every value is
 // an integer below 2^47, exact in double, so the result equals the scalar
-// method's bit for bit.
+// method's bit for bit. Images with sides up to kIntSide run sixteen columns
+// at a time in 32-bit lanes instead (columnStrip16 below); the eight-lane
+// double strips cover larger images and strips whose stacks outgrow the buffer.
 
 // GCC 12 builds the "undefined" source of some conversions by
 // self-initialisation, which -Wuninitialized reports where they are inlined.
