@@ -297,16 +297,14 @@ inline Level16 select(__mmask16 k, const Level16& to, const Level16& from) {
 // Lanes where a * b <= c * d, the products exact in 64 bits.
 inline __mmask16 productsAtMost(__m512i a, __m512i b, __m512i c, __m512i d) {
     const __m512i evenDiff = _mm512_sub_epi64(_mm512_mul_epi32(c, d), _mm512_mul_epi32(a, b));
-    const __m512i oddDiff =
-        _mm512_sub_epi64(_mm512_mul_epi32(_mm512_srli_epi64(c, 32), _mm512_srli_epi64(d, 32)),
-                         _mm512_mul_epi32(_mm512_srli_epi64(a, 32), _mm512_srli_epi64(b, 32)));
+    const __m512i oddDiff = _mm512_sub_epi64(_mm512_mul_epi32(_mm512_srli_epi64(c, 32), _mm512_srli_epi64(d, 32)),
+                                             _mm512_mul_epi32(_mm512_srli_epi64(a, 32), _mm512_srli_epi64(b, 32)));
     // The high halves carry the signs: lane 2i from evenDiff, lane 2i + 1 from oddDiff.
     const __m512i high = _mm512_mask_blend_epi32(0xAAAA, _mm512_srli_epi64(evenDiff, 32), oddDiff);
     return static_cast<__mmask16>(~_mm512_movepi32_mask(high));
 }
 
-inline bool columnStrip16(IntRows g, Rows<float> dst, int height, int x0, int count, int32_t* stack,
-                          int capacity) {
+inline bool columnStrip16(IntRows g, Rows<float> dst, int height, int x0, int count, int32_t* stack, int capacity) {
     const __mmask16 active = simd::firstLanes16(count);
     const __m512i laneIdx = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
     const __m512i noneV = _mm512_set1_epi32(kNoZero), one = _mm512_set1_epi32(1), two = _mm512_set1_epi32(2);
@@ -337,10 +335,9 @@ inline bool columnStrip16(IntRows g, Rows<float> dst, int height, int x0, int co
         // (F(q) - F(t)) (t - s) <= (F(t) - F(s)) (q - t). Some lane usually
         // pops once: one masked step without a branch, then a loop.
         auto overtaken = [&] {
-            return static_cast<__mmask16>(
-                m & _mm512_cmpge_epi32_mask(depth, two) &
-                productsAtMost(_mm512_sub_epi32(fq, t.f), _mm512_sub_epi32(t.row, s.row), _mm512_sub_epi32(t.f, s.f),
-                               _mm512_sub_epi32(qv, t.row)));
+            return static_cast<__mmask16>(m & _mm512_cmpge_epi32_mask(depth, two) &
+                                          productsAtMost(_mm512_sub_epi32(fq, t.f), _mm512_sub_epi32(t.row, s.row),
+                                                         _mm512_sub_epi32(t.f, s.f), _mm512_sub_epi32(qv, t.row)));
         };
         raise(overtaken());
         for (__mmask16 pop = overtaken(); pop; pop = overtaken()) raise(pop);
@@ -365,8 +362,8 @@ inline bool columnStrip16(IntRows g, Rows<float> dst, int height, int x0, int co
         };
         raise(takeOver());
         for (__mmask16 step = takeOver(); step; step = takeOver()) raise(step);
-        const __m512i d2 = _mm512_add_epi32(_mm512_sub_epi32(t.f, _mm512_madd_epi16(twoQ, t.row)),
-                                            _mm512_set1_epi32(q * q));
+        const __m512i d2 =
+            _mm512_add_epi32(_mm512_sub_epi32(t.f, _mm512_madd_epi16(twoQ, t.row)), _mm512_set1_epi32(q * q));
         const __m512 d = _mm512_mask_mov_ps(inf, any, _mm512_sqrt_ps(_mm512_cvtepi32_ps(d2)));
         _mm512_mask_storeu_ps(dst[q] + x0, active, d);
     }

@@ -99,7 +99,7 @@ void expectPathsAgree(std::mt19937& rng, const Image<uint8_t>& src) {
 // a time. Both, side by side in one image, must give the scalar result.
 TEST(TrueDistanceTransform, WideStripsAndDeepEnvelopesAgreeWithScalarPath) {
     std::mt19937 rng(91);
-    const std::vector<std::pair<int, int>> sizes = {{640, 360}, {37, 301},  {301, 300}, {33, 517},
+    const std::vector<std::pair<int, int>> sizes = {{640, 360}, {37, 301}, {301, 300}, {33, 517},
                                                     {517, 33},  {1000, 1}, {1, 1000},  {129, 65}};
     for (auto [w, h] : sizes) {
         for (int pattern = 0; pattern < 4; ++pattern) {
