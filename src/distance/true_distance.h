@@ -123,7 +123,9 @@ inline void envelopeRow(AliasI32* g, float* out, int w, int32_t* apex, int64_t* 
 // g(q), so pushing is one contiguous store and only popping gathers. The
 // envelope is then read bottom-up, walking the stack downwards. Every value is
 // an integer below 2^47, exact in double, so the result equals the scalar
-// method's bit for bit.
+// method's bit for bit. Images with sides up to kIntSide run sixteen columns
+// at a time in 32-bit lanes instead (columnStrip16 below); the eight-lane
+// double strips cover larger images and strips whose stacks outgrow the buffer.
 
 // GCC 12 builds the "undefined" source of some conversions by
 // self-initialisation, which -Wuninitialized reports where they are inlined.
@@ -273,14 +275,119 @@ inline void columnStrip(IntRows g, Rows<float> dst, int height, int x0, int coun
     }
 }
 
+// ---------------------------------------------------------------------------
+// Sixteen columns side by side in 32-bit lanes, for sides up to kIntSide:
+// then every F = g^2 + row^2 is below 2^29, differences of F fit 32 bits and
+// the cross products of the pop test (below 2^43) are formed exactly in
+// 64-bit halves. Each lane keeps its stack contiguous in the buffer, entry k
+// of every lane side by side (row << 16 | g), so the entries a step gathers
+// lie in a few neighbouring lines. A strip whose stacks would outgrow the
+// buffer returns false before writing anything, and the caller redoes it with
+// the strips above; either way the squared distances are the same integers.
+constexpr int kIntSide = 16383;
+
+struct Level16 {
+    __m512i row, f;
+};
+
+inline Level16 select(__mmask16 k, const Level16& to, const Level16& from) {
+    return {_mm512_mask_mov_epi32(to.row, k, from.row), _mm512_mask_mov_epi32(to.f, k, from.f)};
+}
+
+// Lanes where a * b <= c * d, the products exact in 64 bits.
+inline __mmask16 productsAtMost(__m512i a, __m512i b, __m512i c, __m512i d) {
+    const __m512i evenDiff = _mm512_sub_epi64(_mm512_mul_epi32(c, d), _mm512_mul_epi32(a, b));
+    const __m512i oddDiff = _mm512_sub_epi64(_mm512_mul_epi32(_mm512_srli_epi64(c, 32), _mm512_srli_epi64(d, 32)),
+                                             _mm512_mul_epi32(_mm512_srli_epi64(a, 32), _mm512_srli_epi64(b, 32)));
+    // The high halves carry the signs: lane 2i from evenDiff, lane 2i + 1 from oddDiff.
+    const __m512i high = _mm512_mask_blend_epi32(0xAAAA, _mm512_srli_epi64(evenDiff, 32), oddDiff);
+    return static_cast<__mmask16>(~_mm512_movepi32_mask(high));
+}
+
+inline bool columnStrip16(IntRows g, Rows<float> dst, int height, int x0, int count, int32_t* stack, int capacity) {
+    const __mmask16 active = simd::firstLanes16(count);
+    const __m512i laneIdx = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    const __m512i noneV = _mm512_set1_epi32(kNoZero), one = _mm512_set1_epi32(1), two = _mm512_set1_epi32(2);
+    const __m512i three = _mm512_set1_epi32(3);
+    const __m512i full = _mm512_set1_epi32(capacity);
+    const Level16 empty{_mm512_setzero_si512(), _mm512_setzero_si512()};
+    Level16 t = empty, s = empty, u = empty;
+    __m512i depth = _mm512_setzero_si512();  // entries per lane, t, s and u included
+    // Drops the top in the lanes of k: s and u move up, u reloads from the stack.
+    auto raise = [&](__mmask16 k) {
+        t = select(k, t, s);
+        s = select(k, s, u);
+        depth = _mm512_mask_sub_epi32(depth, k, depth, one);
+        const __mmask16 deeper = k & _mm512_cmpge_epi32_mask(depth, three);
+        const __m512i at = _mm512_add_epi32(_mm512_slli_epi32(_mm512_sub_epi32(depth, three), 4), laneIdx);
+        const __m512i e = _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), deeper, at, stack, 4);
+        u = select(deeper, u, Level16{_mm512_srli_epi32(e, 16), _mm512_madd_epi16(e, e)});
+    };
+    for (int q = 0; q < height; ++q) {
+        if (q + 16 < height) _mm_prefetch(reinterpret_cast<const char*>(g[q + 16] + x0), _MM_HINT_T0);
+        const __m512i gq = _mm512_maskz_loadu_epi32(active, g[q] + x0);
+        const __mmask16 m = _mm512_mask_cmpneq_epi32_mask(active, gq, noneV);
+        const __m512i qv = _mm512_set1_epi32(q);
+        // The entry of q (row << 16 | g): one pairwise multiply-add of its halves gives F.
+        const __m512i e = _mm512_or_si512(_mm512_slli_epi32(qv, 16), gq);
+        const __m512i fq = _mm512_madd_epi16(e, e);
+        // Pop the top while q overtakes it no later than it overtook the second:
+        // (F(q) - F(t)) (t - s) <= (F(t) - F(s)) (q - t). Some lane usually
+        // pops once: one masked step without a branch, then a loop.
+        auto overtaken = [&] {
+            return static_cast<__mmask16>(m & _mm512_cmpge_epi32_mask(depth, two) &
+                                          productsAtMost(_mm512_sub_epi32(fq, t.f), _mm512_sub_epi32(t.row, s.row),
+                                                         _mm512_sub_epi32(t.f, s.f), _mm512_sub_epi32(qv, t.row)));
+        };
+        raise(overtaken());
+        for (__mmask16 pop = overtaken(); pop; pop = overtaken()) raise(pop);
+        if (_mm512_mask_cmpge_epi32_mask(m, depth, full)) return false;
+        _mm512_mask_i32scatter_epi32(stack, m, _mm512_add_epi32(_mm512_slli_epi32(depth, 4), laneIdx), e, 4);
+        depth = _mm512_mask_add_epi32(depth, m, depth, one);
+        u = select(m, u, s);
+        s = select(m, s, t);
+        t = select(m, t, Level16{qv, fq});
+    }
+    const __mmask16 any = _mm512_cmpge_epi32_mask(depth, one);
+    const __m512 inf = _mm512_set1_ps(std::numeric_limits<float>::infinity());
+    for (int q = height - 1; q >= 0; --q) {
+        // 2 q and the rows fit the low 16 bits: a pairwise multiply-add forms 2 q row.
+        const __m512i twoQ = _mm512_set1_epi32(2 * q);
+        // s takes over from t once F(s) - 2 q s <= F(t) - 2 q t.
+        auto takeOver = [&] {
+            const __m512i lower = _mm512_sub_epi32(s.f, _mm512_madd_epi16(twoQ, s.row));
+            const __m512i upper = _mm512_sub_epi32(t.f, _mm512_madd_epi16(twoQ, t.row));
+            return static_cast<__mmask16>(_mm512_cmpge_epi32_mask(depth, two) &
+                                          _mm512_cmple_epi32_mask(lower, upper));
+        };
+        raise(takeOver());
+        for (__mmask16 step = takeOver(); step; step = takeOver()) raise(step);
+        const __m512i d2 =
+            _mm512_add_epi32(_mm512_sub_epi32(t.f, _mm512_madd_epi16(twoQ, t.row)), _mm512_set1_epi32(q * q));
+        const __m512 d = _mm512_mask_mov_ps(inf, any, _mm512_sqrt_ps(_mm512_cvtepi32_ps(d2)));
+        _mm512_mask_storeu_ps(dst[q] + x0, active, d);
+    }
+    return true;
+}
+
 inline void trueDistanceVector(Rows<const uint8_t> src, Rows<float> dst, ImageSize roi, uint8_t* buffer) {
     const IntRows g{reinterpret_cast<uint8_t*>(dst.first), dst.step};
     rowDistances(src, g, roi);
     int32_t* entries = alignUp64<int32_t>(buffer);
     const int64_t room = trueDistanceBufferBytes(roi) - (reinterpret_cast<uint8_t*>(entries) - buffer);
     const int lanes = int64_t{roi.height} * 8 * 4 <= room ? 8 : 4;
-    for (int x0 = 0; x0 < roi.width; x0 += lanes)
-        columnStrip(g, dst, roi.height, x0, std::min(lanes, roi.width - x0), lanes, entries);
+    const bool wide = roi.width <= kIntSide && roi.height <= kIntSide;
+    const int capacity = static_cast<int>(std::min<int64_t>(room / 64, roi.height));
+    for (int x0 = 0; x0 < roi.width;) {
+        const int count = std::min(16, roi.width - x0);
+        if (wide && count > lanes && columnStrip16(g, dst, roi.height, x0, count, entries, capacity)) {
+            x0 += count;
+            continue;
+        }
+        const int end = x0 + (wide ? count : lanes);
+        for (; x0 < end && x0 < roi.width; x0 += lanes)
+            columnStrip(g, dst, roi.height, x0, std::min(lanes, roi.width - x0), lanes, entries);
+    }
 }
 
 #pragma GCC diagnostic pop

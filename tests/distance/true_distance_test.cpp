@@ -76,6 +76,45 @@ TEST(TrueDistanceTransform, VectorPathAgreesWithScalarPathAndSearch) {
     }
 }
 
+// The vector path against the scalar path on one image, buffer guards included.
+void expectPathsAgree(std::mt19937& rng, const Image<uint8_t>& src) {
+    const int w = src.width, h = src.height;
+    Image<float> dst(rng, w, h);
+    zt::Canvas ref = dst.canvas;
+    const auto before = dst.canvas.bytes();
+    Buffer buf(rng, {w, h}), refBuf(rng, {w, h});
+    ASSERT_EQ(zepiTrueDistanceTransform_8u32f_C1R(src.data(), src.step(), dst.data(), dst.step(), {w, h}, buf.data()),
+              zepStsOk);
+    ASSERT_EQ(zep::distance::trueDistanceImage<zep::Path::scalar>(
+                  src.data(), src.step(), reinterpret_cast<float*>(ref.first()), dst.step(), {w, h}, refBuf.data()),
+              zepStsOk);
+    ASSERT_TRUE(buf.guardsIntact()) << w << "x" << h;
+    ASSERT_EQ(zt::firstGuardChange(dst.canvas, before), -1) << w << "x" << h;
+    ASSERT_EQ(zt::firstDifference(dst.canvas, ref), -1) << w << "x" << h;
+}
+
+// Sixteen-column strips keep their stacks in the buffer; where a column's
+// envelope keeps every row (a zero column at the left makes g constant down
+// each column) the stacks outgrow it and the strip is redone eight columns at
+// a time. Both, side by side in one image, must give the scalar result.
+TEST(TrueDistanceTransform, WideStripsAndDeepEnvelopesAgreeWithScalarPath) {
+    std::mt19937 rng(91);
+    const std::vector<std::pair<int, int>> sizes = {{640, 360}, {37, 301}, {301, 300}, {33, 517},
+                                                    {517, 33},  {1000, 1}, {1, 1000},  {129, 65}};
+    for (auto [w, h] : sizes) {
+        for (int pattern = 0; pattern < 4; ++pattern) {
+            Image<uint8_t> src(rng, w, h);
+            sprinkle(rng, src, pattern == 3 ? 0 : 5);
+            // 1: zeros down the left column only for the left half; 2: everywhere in column 0.
+            for (int y = 0; y < h && pattern >= 1 && pattern <= 2; ++y) {
+                for (int x = 0; x < (pattern == 1 ? w / 2 : w); ++x) src.at(y)[x] = 7;
+                src.at(y)[0] = 0;
+            }
+            expectPathsAgree(rng, src);
+        }
+    }
+}
+
 TEST(TrueDistanceTransform, BufferSizeAndCheckOrder) {
     int n = 0;
     ASSERT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({5, 3}, &n), zepStsOk);
