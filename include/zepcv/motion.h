@@ -28,8 +28,8 @@
  * 8u and 16u results round to nearest with ties up and saturate. With rate 2
  * and the kernel 1 4 6 4 1 the results are the Gaussian pyramid step: exact
  * integers for 8u and 16u, and within rounding of a float sum for 32f.
- * A layer state holds its weight tables and a row of scratch that every call
- * rewrites: a state belongs to one call at a time. A state serves any source
+ * A layer state holds the weight tables Init makes; the operations only read
+ * it, so one state may serve concurrent calls. A state serves any source
  * up to the size it was made for; the destination must be the down size of
  * the source (LayerDown) or lie in its up range (LayerUp). The Init mode is
  * reserved: every value gives the resampling above.

@@ -6,9 +6,13 @@
 // down, source pixel i weighs K(i - x * rate); up, it weighs K(i * rate - x)
 // (distances in source and in destination pixels). K(k - r) is tap k of the
 // kernel (r = n / 2), K is 0 at distances of r + 1 and beyond, and each
-// output's weights are divided by their sum (unless it is 0). A call first
-// sums the taps of each destination row over whole source rows into a float
-// scratch row, then the taps of each destination column of that row.
+// output's weights are divided by their sum (unless it is 0). Init makes
+// every table a call needs; a call only reads the state. It works through
+// each destination row in chunks of columns: the taps of the row over the
+// source columns that the chunk's outputs read, into a float array on the
+// stack, then the taps of each destination column of the chunk. Each source
+// column's row sum is the same however the columns are chunked, and each
+// output reads its taps in the same order, so chunking changes no bit.
 // At rate 2 the weights of each phase are the same for every output, so the
 // vector path reads them from short lists made at Init (resampleRateTwo).
 #pragma once
@@ -29,8 +33,8 @@ namespace zep::pyramid {
 enum class Dir { down, up };
 
 // The header of a layer state, at the 64-byte aligned start of its memory;
-// the kernel, the tap lists, the scratch row and the column tables follow at
-// the recorded byte offsets.
+// the kernel, the tap tables and the column tables follow at the recorded
+// byte offsets. Written by Init only.
 struct LayerState {
     uint32_t id;
     int32_t kernelSize;
@@ -38,16 +42,20 @@ struct LayerState {
     int32_t channels;
     ImageSize maxSrc;  // the size Init was given: the largest source
     int32_t maxTaps;   // taps an output coordinate can have
-    int32_t margin;    // pixels of mirrored border on each side of the rate-2 scratch row
+    int32_t margin;    // pixels of source on each side of a rate-2 chunk's columns
+    int32_t colTaps;   // the most taps of any destination column
+    int32_t extent;    // coordinates with tap tables: the larger side of the largest destination
     int64_t stride;    // elements of one tap's row of column tables
-    int64_t kernel, rowIndex, rowWeight, scratch, colIndex, colWeight, colWindow;
+    // rowIndex, rowWeight: room for one coordinate's taps while Init builds the tables.
+    // tapFirst[t], tapCount[t], tapWeight[t * maxTaps + k]: the taps of coordinate t
+    // (row or column) are source positions tapFirst[t] + k before the border rule.
+    int64_t kernel, rowIndex, rowWeight, tapFirst, tapCount, tapWeight, colIndex, colWeight, colWindow;
     // Rate 2: every output of a phase (down one, up two: even and odd
     // outputs) takes the same weights at the same offsets from its centre.
     // The nonzero ones, in tap order: offset and weight arrays of
     // kernelSize entries per phase, and their counts.
     int64_t evenOffset, evenWeight;
     int32_t evenCount[2];
-    int64_t phaseRows;  // up, three channels: the even and odd sums of a scratch row
 };
 
 // Identity of a state: direction, data-type code and channels in the low bits.
@@ -88,6 +96,8 @@ inline LayerState stateLayout(Dir d, ImageSize src, float rate, int n, int chann
     s.maxTaps = static_cast<int32_t>(std::min<int64_t>(taps, INT32_MAX));
     const ImageSize dst = largestDst(d, src, rate);
     s.stride = (int64_t{dst.width} * channels + 15) & ~int64_t{15};
+    const int64_t extent = std::max(dst.width, dst.height);
+    s.extent = static_cast<int32_t>(extent);
     int64_t at = alignedRowStep(sizeof(LayerState));
     auto take = [&at](int64_t bytes) {
         const int64_t here = at;
@@ -97,14 +107,15 @@ inline LayerState stateLayout(Dir d, ImageSize src, float rate, int n, int chann
     s.kernel = take(8 * int64_t{n});
     s.rowIndex = take(4 * taps);
     s.rowWeight = take(4 * taps);
+    s.tapFirst = take(4 * extent);
+    s.tapCount = take(4 * extent);
+    s.tapWeight = take(4 * taps * extent);
     s.colIndex = take(4 * taps * s.stride);
     s.colWeight = take(4 * taps * s.stride);
     s.colWindow = take(4 * taps * (s.stride / 16));
     s.margin = n / 2 + 2;
     s.evenOffset = take(4 * 2 * int64_t{n});
     s.evenWeight = take(4 * 2 * int64_t{n});
-    s.scratch = take(4 * ((int64_t{src.width} + 2 * s.margin) * channels + 64));
-    s.phaseRows = take(4 * 2 * (int64_t{src.width} * channels + 64));
     total = at + 63;
     return s;
 }
@@ -131,9 +142,10 @@ inline double kernelAt(const double* kernel, int n, double t) {
 
 // The taps of output coordinate x over a source of `len` pixels: up to
 // `maxTaps` indices and weights divided by their sum (in double, then rounded
-// once). Returns the count.
+// once), and in *first the position of the first tap before the border rule
+// (the taps are consecutive positions). Returns the count.
 inline int outputTaps(Dir d, int64_t x, int32_t len, const double* kernel, int n, float rate, int maxTaps,
-                      int32_t* index, float* weight) {
+                      int32_t* index, float* weight, int64_t* first = nullptr) {
     const double r = static_cast<double>(rate);
     const int half = n / 2;
     // Up at a rate beyond the kernel's reach, distances shrink by (r + 1) / rate
@@ -160,6 +172,7 @@ inline int outputTaps(Dir d, int64_t x, int32_t len, const double* kernel, int n
     double sum = 0.0;
     reaching([&](int, int64_t, double w) { sum += w; });
     return reaching([&](int k, int64_t i, double w) {
+        if (k == 0 && first != nullptr) *first = i;
         index[k] = tapIndex(d, i, len);
         weight[k] = static_cast<float>(sum != 0.0 ? w / sum : w);
     });
@@ -203,54 +216,76 @@ inline void storeElements(T* p, __m512 v) {
     }
 }
 
-template <class T>
-auto stateParts(LayerState* s) {
-    auto* base = reinterpret_cast<uint8_t*>(s);
-    struct Parts {
-        const double* kernel;
-        int32_t* rowIndex;
-        float* rowWeight;
-        float* scratch;
-        int32_t* colIndex;
-        float* colWeight;
-        int32_t* colWindow;
-    };
-    return Parts{reinterpret_cast<const double*>(base + s->kernel), reinterpret_cast<int32_t*>(base + s->rowIndex),
-                 reinterpret_cast<float*>(base + s->rowWeight),     reinterpret_cast<float*>(base + s->scratch),
-                 reinterpret_cast<int32_t*>(base + s->colIndex),    reinterpret_cast<float*>(base + s->colWeight),
-                 reinterpret_cast<int32_t*>(base + s->colWindow)};
+// The read-only tables of a state.
+struct Tables {
+    const double* kernel;
+    const int32_t* tapFirst;
+    const int32_t* tapCount;
+    const float* tapWeight;
+    const int32_t* colIndex;
+    const float* colWeight;
+    const int32_t* colWindow;
+};
+
+inline Tables tablesOf(const LayerState* s) {
+    const auto* base = reinterpret_cast<const uint8_t*>(s);
+    return Tables{
+        reinterpret_cast<const double*>(base + s->kernel),    reinterpret_cast<const int32_t*>(base + s->tapFirst),
+        reinterpret_cast<const int32_t*>(base + s->tapCount), reinterpret_cast<const float*>(base + s->tapWeight),
+        reinterpret_cast<const int32_t*>(base + s->colIndex), reinterpret_cast<const float*>(base + s->colWeight),
+        reinterpret_cast<const int32_t*>(base + s->colWindow)};
 }
 
-// The column tables of a call, per destination element e = x * Ch + c: tap j
-// reads scratch element colIndex[j][e] with weight colWeight[j][e]. Outputs
-// with fewer taps than the widest repeat their first index with weight 0.
-// colWindow[j][b] is the first scratch element of a 32-element window that
-// holds every index of tap j in the block of 16 elements b, or -1.
-// Returns the table's tap count.
-template <class T, int Ch>
-int buildColumnTables(Dir d, LayerState* s, int32_t srcWidth, int32_t dstWidth) {
-    auto parts = stateParts<T>(s);
+// No 32-element window holds a block's indices of a tap.
+constexpr int32_t noWindow = INT32_MIN;
+
+// Init: the taps of every coordinate below the state's extent, and the column
+// tables per destination element e = x * Ch + c: tap j reads source element
+// colIndex[j][e] = (tapFirst[x] + j) * Ch + c, before the border rule, with
+// weight colWeight[j][e]. Columns with fewer taps than the widest repeat their
+// first position with weight 0. colWindow[j][b] is the lowest of the indices
+// of tap j in the block of 16 elements b when they all lie in a window of 32
+// elements from it, else noWindow.
+inline void buildTables(Dir d, LayerState* s) {
+    auto* base = reinterpret_cast<uint8_t*>(s);
+    const auto* kernel = reinterpret_cast<const double*>(base + s->kernel);
+    auto* idx = reinterpret_cast<int32_t*>(base + s->rowIndex);
+    auto* w = reinterpret_cast<float*>(base + s->rowWeight);
+    auto* first = reinterpret_cast<int32_t*>(base + s->tapFirst);
+    auto* counts = reinterpret_cast<int32_t*>(base + s->tapCount);
+    auto* weights = reinterpret_cast<float*>(base + s->tapWeight);
+    auto* colIndex = reinterpret_cast<int32_t*>(base + s->colIndex);
+    auto* colWeight = reinterpret_cast<float*>(base + s->colWeight);
+    auto* colWindow = reinterpret_cast<int32_t*>(base + s->colWindow);
+    const int64_t T = s->maxTaps;
+    for (int64_t t = 0; t < s->extent; ++t) {
+        int64_t at = 0;
+        const int count = outputTaps(d, t, INT32_MAX, kernel, s->kernelSize, s->rate, s->maxTaps, idx, w, &at);
+        first[t] = static_cast<int32_t>(at);
+        counts[t] = count;
+        for (int64_t k = 0; k < T; ++k) weights[t * T + k] = k < count ? w[k] : 0.0f;
+    }
+    const int Ch = s->channels;
+    const int64_t width = largestDst(d, s->maxSrc, s->rate).width;
     int widest = 0;
-    for (int32_t x = 0; x < dstWidth; ++x) {
-        int32_t* idx = parts.rowIndex;
-        float* w = parts.rowWeight;
-        const int count = outputTaps(d, x, srcWidth, parts.kernel, s->kernelSize, s->rate, s->maxTaps, idx, w);
-        for (int j = count; j < s->maxTaps; ++j) idx[j] = count > 0 ? idx[0] : 0, w[j] = 0.0f;
+    for (int64_t x = 0; x < width; ++x) {
+        const int count = counts[x];
         widest = std::max(widest, count);
-        for (int j = 0; j < s->maxTaps; ++j)
+        for (int64_t j = 0; j < T; ++j)
             for (int c = 0; c < Ch; ++c) {
-                parts.colIndex[j * s->stride + int64_t{x} * Ch + c] = idx[j] * Ch + c;
-                parts.colWeight[j * s->stride + int64_t{x} * Ch + c] = w[j];
+                colIndex[j * s->stride + x * Ch + c] =
+                    static_cast<int32_t>((first[x] + (j < count ? j : 0)) * Ch + c);
+                colWeight[j * s->stride + x * Ch + c] = j < count ? weights[x * T + j] : 0.0f;
             }
     }
+    s->colTaps = widest;
     const int64_t blocks = s->stride / 16;
     for (int j = 0; j < widest; ++j)
-        for (int64_t b = 0; b < blocks && 16 * b + 16 <= int64_t{dstWidth} * Ch; ++b) {
-            const int32_t* idx = parts.colIndex + j * s->stride + 16 * b;
-            const auto [lo, hi] = std::minmax_element(idx, idx + 16);
-            parts.colWindow[j * blocks + b] = *hi - *lo < 32 ? *lo : -1;
+        for (int64_t b = 0; b < blocks && 16 * b + 16 <= width * Ch; ++b) {
+            const int32_t* in = colIndex + j * s->stride + 16 * b;
+            const auto [lo, hi] = std::minmax_element(in, in + 16);
+            colWindow[j * blocks + b] = *hi - *lo < 32 ? *lo : noWindow;
         }
-    return widest;
 }
 
 // acc + w * v, skipped when w is 0 (so an infinity under a zero weight adds nothing).
@@ -459,134 +494,238 @@ inline void upColumns3(const float* sc, const int32_t* const off[2], const float
     }
 }
 
-// The rate-2 layer: per destination row, the rows pass into the scratch row
-// (after a margin of s->margin pixels), the margins mirrored from it, then
-// the columns pass. The same products summed in the same order as the
-// general tables give, so the results are those of the scalar definition.
+// Floats of the stack array a chunk works in (16 KiB).
+constexpr int chunkFloats = 4096;
+
+// The rows pass of one destination row for source columns [a, b) into
+// out[(p - a) * Ch + c]: the taps of `taps` row pointers with weights w,
+// from -0, in tap order, zero weights skipped.
+template <Path P, class T, int Ch>
+inline void rowsPass(const T* const* in, const float* w, int taps, int64_t a, int64_t b, float* out) {
+    const int elems = static_cast<int>((b - a) * Ch);
+    const int64_t e0 = a * Ch;
+    int e = 0;
+    if constexpr (P == Path::vector) {
+        const int blocks = elems / 16 * 16;
+        for (int k = 0; k < blocks; k += 16) _mm512_storeu_ps(out + k, _mm512_set1_ps(-0.0f));
+        for (int j = 0; j < taps; ++j) {
+            if (w[j] == 0.0f) continue;
+            const __m512 wv = _mm512_set1_ps(w[j]);
+            const T* src = in[j] + e0;
+            for (int k = 0; k < blocks; k += 16)
+                _mm512_storeu_ps(
+                    out + k, _mm512_add_ps(_mm512_loadu_ps(out + k), _mm512_mul_ps(wv, simd::loadAsFloat(src + k))));
+        }
+        e = blocks;
+    }
+    for (; e < elems; ++e) {
+        float acc = -0.0f;
+        for (int j = 0; j < taps; ++j) acc = addTap(acc, w[j], static_cast<float>(in[j][e0 + e]));
+        out[e] = acc;
+    }
+}
+
+// Positions [lo, hi) of a chunk's source columns, of which [a, b) hold their
+// row sums in buf (position p at buf[(p - lo) * Ch]): the others take the
+// sum of the column the border rule reads, copied when it lies in [a, b),
+// else summed here by `column(q, c)`.
+template <int Ch, class Column>
+inline void borderColumns(Dir d, int32_t W, int64_t lo, int64_t hi, int64_t a, int64_t b, float* buf,
+                          Column&& column) {
+    for (int64_t p = lo; p < hi; ++p) {
+        if (p >= a && p < b) {
+            p = b - 1;
+            continue;
+        }
+        const int64_t q = tapIndex(d, p, W);
+        for (int c = 0; c < Ch; ++c) buf[(p - lo) * Ch + c] = q >= a && q < b ? buf[(q - lo) * Ch + c] : column(q, c);
+    }
+}
+
+// The rate-2 layer: per destination row, chunks of K outputs (a multiple of
+// 32, so every block and phase pattern starts as at column 0); for each, the
+// rows pass over the chunk's source columns and s->margin more on each side
+// (mirrored at the image edges), then the columns pass. The same products
+// summed in the same order as the general tables give, so the results are
+// those of the scalar definition. Returns false, having written nothing, when
+// not even 32 outputs fit the chunk array.
 template <class T, int Ch>
-void resampleRateTwo(Dir d, LayerState* s, Rows<const T> src, ImageSize srcRoi, Rows<T> dst, ImageSize dstRoi) {
-    auto* base = reinterpret_cast<uint8_t*>(s);
+bool resampleRateTwo(Dir d, const LayerState* s, Rows<const T> src, ImageSize srcRoi, Rows<T> dst, ImageSize dstRoi) {
+    const auto* base = reinterpret_cast<const uint8_t*>(s);
     const int n = s->kernelSize;
+    const int M = s->margin, W = srcRoi.width;
+    if (n > 64) return false;
+    // Floats per chunk: pad, margins and the source columns of K outputs, 64 of
+    // slack for the window loads; up, three channels: the even and odd rows.
+    constexpr int pad = 16;
+    const int fixed = pad + 2 * M * Ch + 64 + (d == Dir::up && Ch == 3 ? 64 : 0);
+    const int perOutput2 = d == Dir::down ? 4 * Ch : (Ch == 3 ? 9 : 1);  // twice the floats per output
+    const int K = (chunkFloats - fixed) * 2 / perOutput2 / 32 * 32;
+    if (K < 32) return false;
     const int32_t* off[2] = {reinterpret_cast<const int32_t*>(base + s->evenOffset),
                              reinterpret_cast<const int32_t*>(base + s->evenOffset) + n};
     const float* w[2] = {reinterpret_cast<const float*>(base + s->evenWeight),
                          reinterpret_cast<const float*>(base + s->evenWeight) + n};
     const int* count = s->evenCount;
-    const int M = s->margin, W = srcRoi.width;
-    float* scratch = reinterpret_cast<float*>(base + s->scratch);
-    float* sc = scratch + int64_t{M} * Ch;
-    const T* rowPtr[64];
-    const T** rp = n <= 64 ? rowPtr : nullptr;
-    auto* rowIdx = reinterpret_cast<int32_t*>(base + s->rowIndex);
+    alignas(64) float buf[chunkFloats];
+    const T* rp[64];
+    const T* ra[64];
     for (int y = 0; y < dstRoi.height; ++y) {
         const int p = d == Dir::down ? 0 : y % 2;
         const int64_t centre = d == Dir::down ? 2 * int64_t{y} : y / 2;
         const int taps = count[p];
-        if (rp != nullptr) {
-            for (int j = 0; j < taps; ++j) rp[j] = src[tapIndex(d, centre + off[p][j], srcRoi.height)];
-            sumRows<T>(rp, w[p], taps, W * Ch, sc);
-        } else {  // kernels longer than 64 taps: the same sums, row by row in tap order
-            for (int j = 0; j < taps; ++j) rowIdx[j] = tapIndex(d, centre + off[p][j], srcRoi.height);
-            for (int64_t e = 0; e < int64_t{W} * Ch; ++e) {
+        for (int j = 0; j < taps; ++j) rp[j] = src[tapIndex(d, centre + off[p][j], srcRoi.height)];
+        for (int x0 = 0; x0 < dstRoi.width; x0 += K) {
+            const int x1 = std::min(dstRoi.width, x0 + K);
+            const int64_t s0 = d == Dir::down ? 2 * int64_t{x0} : x0 / 2;
+            const int64_t s1 = d == Dir::down ? 2 * int64_t{x1 - 1} + 1 : (x1 - 1) / 2 + 1;
+            const int64_t lo = s0 - M, hi = s1 + M;
+            const int64_t a = std::max<int64_t>(lo, 0), b = std::min<int64_t>(hi, W);
+            float* cols = buf + pad;  // position lo
+            if (a < b) {
+                for (int j = 0; j < taps; ++j) ra[j] = rp[j] + a * Ch;
+                sumRows<T>(ra, w[p], taps, static_cast<int>((b - a) * Ch), cols + (a - lo) * Ch);
+            }
+            borderColumns<Ch>(d, W, lo, hi, a, b, cols, [&](int64_t q, int c) {
                 float acc = -0.0f;
-                for (int j = 0; j < taps; ++j) acc = acc + w[p][j] * static_cast<float>(src[rowIdx[j]][e]);
-                sc[e] = acc;
+                for (int j = 0; j < taps; ++j) acc = acc + w[p][j] * static_cast<float>(rp[j][q * Ch + c]);
+                return acc;
+            });
+            const float* sc = cols + int64_t{M} * Ch;  // position s0
+            T* out = dst[y] + int64_t{x0} * Ch;
+            const int outs = x1 - x0;
+            if (d == Dir::down) {
+                if (count[0] == 5)
+                    downColumns<T, Ch, 5>(sc, off[0], w[0], 5, outs * Ch, out);
+                else if (count[0] == 3)
+                    downColumns<T, Ch, 3>(sc, off[0], w[0], 3, outs * Ch, out);
+                else
+                    downColumns<T, Ch, 0>(sc, off[0], w[0], count[0], outs * Ch, out);
+            } else if constexpr (Ch == 1) {
+                if (count[0] == 3 && count[1] == 2)
+                    upColumns1<T, 3, 2>(sc, off, w, count, outs, out);
+                else
+                    upColumns1<T, 0, 0>(sc, off, w, count, outs, out);
+            } else {
+                float* ev = cols + (hi - lo) * Ch + 64;
+                upColumns3<T>(sc, off, w, count, outs * Ch, ev, ev + 3 * (K / 2) + 32, out);
             }
-        }
-        for (int i = 1; i <= M; ++i)
-            for (int c = 0; c < Ch; ++c) {
-                sc[-i * Ch + c] = sc[tapIndex(d, -i, W) * Ch + c];
-                sc[(W - 1 + i) * Ch + c] = sc[tapIndex(d, W - 1 + i, W) * Ch + c];
-            }
-        T* out = dst[y];
-        if (d == Dir::down) {
-            if (count[0] == 5)
-                downColumns<T, Ch, 5>(sc, off[0], w[0], 5, dstRoi.width * Ch, out);
-            else if (count[0] == 3)
-                downColumns<T, Ch, 3>(sc, off[0], w[0], 3, dstRoi.width * Ch, out);
-            else
-                downColumns<T, Ch, 0>(sc, off[0], w[0], count[0], dstRoi.width * Ch, out);
-        } else if constexpr (Ch == 1) {
-            if (count[0] == 3 && count[1] == 2)
-                upColumns1<T, 3, 2>(sc, off, w, count, dstRoi.width, out);
-            else
-                upColumns1<T, 0, 0>(sc, off, w, count, dstRoi.width, out);
-        } else {
-            float* ev = reinterpret_cast<float*>(base + s->phaseRows);
-            upColumns3<T>(sc, off, w, count, dstRoi.width * Ch, ev, ev + int64_t{s->maxSrc.width} * Ch + 64, out);
         }
     }
+    return true;
 }
 
+// The general layer, chunk by chunk of destination columns: a chunk is whole
+// groups of 16 outputs whose source columns fit the chunk array; for each
+// destination row, the rows pass over those columns, then the columns pass.
+// A group that does not fit alone is summed output by output from the tables.
 template <Path P, class T, int Ch>
-void resampleRows(Dir d, LayerState* s, Rows<const T> src, ImageSize srcRoi, Rows<T> dst, ImageSize dstRoi) {
+void resampleRows(Dir d, const LayerState* s, Rows<const T> src, ImageSize srcRoi, Rows<T> dst, ImageSize dstRoi) {
     if constexpr (P == Path::vector) {
-        if (s->rate == 2.0f) return resampleRateTwo<T, Ch>(d, s, src, srcRoi, dst, dstRoi);
+        if (s->rate == 2.0f && resampleRateTwo<T, Ch>(d, s, src, srcRoi, dst, dstRoi)) return;
     }
-    auto parts = stateParts<T>(s);
-    const int taps = buildColumnTables<T, Ch>(d, s, srcRoi.width, dstRoi.width);
-    const int srcElems = srcRoi.width * Ch, dstElems = dstRoi.width * Ch;
-    const int64_t stride = s->stride;
-    float* scratch = parts.scratch;
-    for (int y = 0; y < dstRoi.height; ++y) {
-        // Rows: the destination row's taps over whole source rows.
-        const int rowTaps = outputTaps(d, y, srcRoi.height, parts.kernel, s->kernelSize, s->rate, s->maxTaps,
-                                       parts.rowIndex, parts.rowWeight);
-        const int32_t* ri = parts.rowIndex;
-        const float* rw = parts.rowWeight;
-        int e = 0;
-        if constexpr (P == Path::vector) {
-            // Tap by tap over whole blocks, the scratch row holding each element's sum.
-            const int blocks = srcElems / 16 * 16;
-            for (int b = 0; b < blocks; b += 16) _mm512_store_ps(scratch + b, _mm512_set1_ps(-0.0f));
-            for (int j = 0; j < rowTaps; ++j) {
-                if (rw[j] == 0.0f) continue;
-                const __m512 w = _mm512_set1_ps(rw[j]);
-                const T* in = src[ri[j]];
-                for (int b = 0; b < blocks; b += 16)
-                    _mm512_store_ps(scratch + b, _mm512_add_ps(_mm512_load_ps(scratch + b),
-                                                               _mm512_mul_ps(w, simd::loadAsFloat(in + b))));
-            }
-            e = blocks;
+    const Tables t = tablesOf(s);
+    const int taps = s->colTaps;
+    const int64_t T_ = s->maxTaps, stride = s->stride;
+    const int32_t W = srcRoi.width, H = srcRoi.height;
+    alignas(64) float buf[chunkFloats];
+    constexpr int rowTapsOnStack = 64;
+    const T* rp[rowTapsOnStack];
+    // The source span [lo, hi) of outputs [x0, x1).
+    auto span = [&](int x0, int x1, int64_t& lo, int64_t& hi) {
+        for (int x = x0; x < x1; ++x) {
+            lo = std::min<int64_t>(lo, t.tapFirst[x]);
+            hi = std::max<int64_t>(hi, int64_t{t.tapFirst[x]} + std::max(t.tapCount[x], 1));
         }
-        for (; e < srcElems; ++e) {
-            float acc = -0.0f;
-            for (int j = 0; j < rowTaps; ++j) acc = addTap(acc, rw[j], static_cast<float>(src[ri[j]][e]));
-            scratch[e] = acc;
+    };
+    // The row sum of source column q, channel c, for destination row y.
+    auto column = [&](int y, int64_t q, int c) {
+        const int rowTaps = t.tapCount[y];
+        const float* rw = t.tapWeight + y * T_;
+        float acc = -0.0f;
+        for (int j = 0; j < rowTaps; ++j)
+            acc = addTap(acc, rw[j], static_cast<float>(src[tapIndex(d, int64_t{t.tapFirst[y]} + j, H)][q * Ch + c]));
+        return acc;
+    };
+    for (int x0 = 0; x0 < dstRoi.width;) {
+        int64_t lo = INT64_MAX, hi = INT64_MIN;
+        int x1 = x0;
+        while (x1 < dstRoi.width) {
+            const int next = std::min(dstRoi.width, x1 + 16);
+            int64_t l = lo, h = hi;
+            span(x1, next, l, h);
+            if ((h - l) * Ch > chunkFloats - 32) break;  // 32 floats for the last window loads
+            lo = l, hi = h, x1 = next;
         }
-        // Columns: each destination element's taps along the scratch row.
-        T* out = dst[y];
-        e = 0;
-        if constexpr (P == Path::vector) {
-            for (; e + 16 <= dstElems; e += 16) {
-                __m512 acc = _mm512_set1_ps(-0.0f);
-                for (int j = 0; j < taps; ++j) {
-                    const __m512 w = _mm512_loadu_ps(parts.colWeight + j * stride + e);
-                    const __m512i i = _mm512_loadu_si512(parts.colIndex + j * stride + e);
-                    const __mmask16 used = _mm512_cmp_ps_mask(w, _mm512_setzero_ps(), _CMP_NEQ_UQ);
-                    const int32_t window = parts.colWindow[j * (stride / 16) + e / 16];
-                    __m512 v;
-                    if (window >= 0) {  // the tap's pixels lie in two registers: permute, not gather
-                        const int left = srcElems - window;
-                        const __m512 lo =
-                            _mm512_maskz_loadu_ps(simd::firstLanes16(std::clamp(left, 0, 16)), scratch + window);
-                        const __m512 hi = _mm512_maskz_loadu_ps(simd::firstLanes16(std::clamp(left - 16, 0, 16)),
-                                                                scratch + window + 16);
-                        v = _mm512_permutex2var_ps(lo, _mm512_sub_epi32(i, _mm512_set1_epi32(window)), hi);
-                    } else {
-                        v = _mm512_mask_i32gather_ps(_mm512_setzero_ps(), used, i, scratch, 4);
+        if (x1 == x0) {  // one group too wide: output by output
+            x1 = std::min(dstRoi.width, x0 + 16);
+            for (int y = 0; y < dstRoi.height; ++y)
+                for (int64_t e = int64_t{x0} * Ch; e < int64_t{x1} * Ch; ++e) {
+                    const int64_t x = e / Ch;
+                    float acc = -0.0f;
+                    for (int j = 0; j < taps; ++j) {
+                        const float wj = t.colWeight[j * stride + e];
+                        if (wj != 0.0f) acc = acc + wj * column(y, tapIndex(d, t.tapFirst[x] + j, W), int(e % Ch));
                     }
-                    acc = _mm512_mask_add_ps(acc, used, acc, _mm512_mul_ps(w, v));
+                    dst[y][e] = roundToElement<T>(acc);
                 }
-                storeElements(out + e, acc);
+            x0 = x1;
+            continue;
+        }
+        const int64_t a = std::max<int64_t>(lo, 0), b = std::min<int64_t>(hi, W);
+        const int filled = static_cast<int>((hi - lo) * Ch);
+        const int64_t origin = lo * Ch;  // element index of buf[0]
+        for (int y = 0; y < dstRoi.height; ++y) {
+            // Rows: the destination row's taps over the chunk's source columns.
+            const int rowTaps = t.tapCount[y];
+            const float* rw = t.tapWeight + y * T_;
+            if (a < b) {
+                if (rowTaps <= rowTapsOnStack) {
+                    for (int j = 0; j < rowTaps; ++j) rp[j] = src[tapIndex(d, int64_t{t.tapFirst[y]} + j, H)];
+                    rowsPass<P, T, Ch>(rp, rw, rowTaps, a, b, buf + (a - lo) * Ch);
+                } else {
+                    for (int64_t q = a; q < b; ++q)
+                        for (int c = 0; c < Ch; ++c) buf[(q - lo) * Ch + c] = column(y, q, c);
+                }
+            }
+            borderColumns<Ch>(d, W, lo, hi, a, b, buf, [&](int64_t q, int c) { return column(y, q, c); });
+            // Columns: each destination element's taps along the chunk.
+            T* out = dst[y];
+            int64_t e = int64_t{x0} * Ch;
+            const int64_t end = int64_t{x1} * Ch;
+            if constexpr (P == Path::vector) {
+                const __m512i shift = _mm512_set1_epi32(static_cast<int32_t>(origin));
+                for (; e + 16 <= end; e += 16) {
+                    __m512 acc = _mm512_set1_ps(-0.0f);
+                    for (int j = 0; j < taps; ++j) {
+                        const __m512 w = _mm512_loadu_ps(t.colWeight + j * stride + e);
+                        const __m512i i = _mm512_sub_epi32(_mm512_loadu_si512(t.colIndex + j * stride + e), shift);
+                        const __mmask16 used = _mm512_cmp_ps_mask(w, _mm512_setzero_ps(), _CMP_NEQ_UQ);
+                        const int32_t window = t.colWindow[j * (stride / 16) + e / 16];
+                        __m512 v;
+                        if (window != noWindow) {  // the tap's pixels lie in two registers: permute, not gather
+                            const int at = static_cast<int>(window - origin), left = filled - at;
+                            const __m512 l =
+                                _mm512_maskz_loadu_ps(simd::firstLanes16(std::clamp(left, 0, 16)), buf + at);
+                            const __m512 h = _mm512_maskz_loadu_ps(simd::firstLanes16(std::clamp(left - 16, 0, 16)),
+                                                                   buf + at + 16);
+                            v = _mm512_permutex2var_ps(l, _mm512_sub_epi32(i, _mm512_set1_epi32(at)), h);
+                        } else {
+                            v = _mm512_mask_i32gather_ps(_mm512_setzero_ps(), used, i, buf, 4);
+                        }
+                        acc = _mm512_mask_add_ps(acc, used, acc, _mm512_mul_ps(w, v));
+                    }
+                    storeElements(out + e, acc);
+                }
+            }
+            for (; e < end; ++e) {
+                float acc = -0.0f;
+                for (int j = 0; j < taps; ++j)
+                    acc = addTap(acc, t.colWeight[j * stride + e], buf[t.colIndex[j * stride + e] - origin]);
+                out[e] = roundToElement<T>(acc);
             }
         }
-        for (; e < dstElems; ++e) {
-            float acc = -0.0f;
-            for (int j = 0; j < taps; ++j)
-                acc = addTap(acc, parts.colWeight[j * stride + e], scratch[parts.colIndex[j * stride + e]]);
-            out[e] = roundToElement<T>(acc);
-        }
+        x0 = x1;
     }
 }
 
@@ -612,7 +751,7 @@ ZepStatus layerImage(const T* src, int srcStep, ImageSize srcRoi, T* dst, int ds
         .roi(srcRoi)
         .roi(dstRoi)
         .steps({rowOf<T>(srcStep, srcRoi.width, Ch), rowOf<T>(dstStep, dstRoi.width, Ch)});
-    auto* s = static_cast<LayerState*>(state);
+    const auto* s = static_cast<const LayerState*>(state);
     if (checks.status() == zepStsOk) {
         checks.fail(s->id != stateId(D, dataTypeOf<T>(), Ch), zepStsBadContext);
         checks.fail(
@@ -664,8 +803,7 @@ inline ZepStatus layerInit(Dir d, void** state, ImageSize roi, float rate, const
             if (dataType == zep16u) k[i] = static_cast<const uint16_t*>(kernel)[i];
             if (dataType == zep32f) k[i] = static_cast<const float*>(kernel)[i];
         }
-        std::fill_n(reinterpret_cast<float*>(at + s->scratch), (int64_t{roi.width} + 2 * s->margin) * channels + 64,
-                    0.0f);
+        buildTables(d, s);
         if (rate == 2.0f) buildRateTwoTaps(d, s);
         *state = s;
     });

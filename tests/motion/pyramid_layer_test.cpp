@@ -9,6 +9,7 @@
 #include <memory>
 #include <opencv2/imgproc.hpp>
 #include <random>
+#include <thread>
 #include <vector>
 
 #include "support/check_order.h"
@@ -208,6 +209,113 @@ TEST(PyramidLayer, RateTwoPathAgreesWithScalarDefinition) {
         expectRateTwoAgrees<float, 1>(d);
         expectRateTwoAgrees<float, 3>(d);
     }
+}
+
+// Rows wider than one chunk of columns: at each rate, channel count and
+// direction some width here leaves a last chunk of one output (rate 2, 1 4 6 4 1:
+// down 3969 and 1281 sources, up 4001 and 433; rate 1.5: down 4057 and 1345,
+// up 1345); interior chunks read real neighbouring columns, not mirrored ones.
+template <class T, int Ch>
+void expectWideRowsAgree(Dir d) {
+    std::mt19937 rng(41 + Ch);
+    for (float rate : {2.0f, 1.5f}) {
+        for (const std::vector<T>& kernel : {std::vector<T>{1, 4, 6, 4, 1}, std::vector<T>{1, 2, 1}}) {
+            for (int w : {433, 434, 1281, 1282, 1345, 1346, 3969, 3970, 4001, 4057, 4058, 4097, 4100}) {
+                const ImageSize src{w, 3};
+                State<T, Ch> state(d, src, rate, kernel);
+                std::vector<ImageSize> dsts(1);
+                if (d == Dir::down) {
+                    zepiGetPyramidDownROI(src, &dsts[0], rate);
+                } else {
+                    dsts.resize(2);
+                    zepiGetPyramidUpROI(src, &dsts[0], &dsts[1], rate);
+                }
+                for (ImageSize dst : dsts) {
+                    Image<T> in(rng, w, src.height, Ch), out(rng, dst.width, dst.height, Ch);
+                    zt::Canvas expected = out.canvas;
+                    const std::vector<uint8_t> before = out.canvas.bytes();
+                    ASSERT_EQ((resample<T, Ch>(d, in.data(), in.step(), src, out.data(), out.step(), dst, state)),
+                              zepStsOk);
+                    auto scalar = [&](auto tag) {
+                        return zep::pyramid::layerImage<Path::scalar, decltype(tag)::value, T, Ch>(
+                            in.data(), in.step(), src, reinterpret_cast<T*>(expected.first()), out.step(), dst,
+                            state.state);
+                    };
+                    ASSERT_EQ(d == Dir::down ? scalar(std::integral_constant<Dir, Dir::down>{})
+                                             : scalar(std::integral_constant<Dir, Dir::up>{}),
+                              zepStsOk);
+                    if constexpr (std::is_same_v<T, float>) {
+                        zt::canonicalizeNaNs(out.canvas);
+                        zt::canonicalizeNaNs(expected);
+                    }
+                    ASSERT_EQ(zt::firstDifference(out.canvas, expected), -1)
+                        << (d == Dir::down ? "down" : "up") << " rate " << rate << " taps " << kernel.size()
+                        << " src " << w << " dst " << dst.width << " channels " << Ch;
+                    ASSERT_EQ(zt::firstGuardChange(out.canvas, before), -1) << "width " << w;
+                }
+            }
+        }
+    }
+}
+
+TEST(PyramidLayer, RowsWiderThanAChunkAgreeWithScalarDefinition) {
+    for (Dir d : {Dir::down, Dir::up}) {
+        expectWideRowsAgree<uint8_t, 1>(d);
+        expectWideRowsAgree<uint8_t, 3>(d);
+        expectWideRowsAgree<float, 1>(d);
+        expectWideRowsAgree<float, 3>(d);
+    }
+}
+
+// The operations only read the state: its bytes are the same after a call,
+// and two threads sharing one state (each with its own images) get what the
+// same calls give one after the other.
+template <class T, int Ch>
+void expectSharedStateCalls(Dir d, float rate) {
+    std::mt19937 rng(53 + Ch);
+    const ImageSize src{611, 37};
+    ImageSize dst{}, lo{};
+    if (d == Dir::down)
+        zepiGetPyramidDownROI(src, &dst, rate);
+    else
+        zepiGetPyramidUpROI(src, &lo, &dst, rate);
+    State<T, Ch> state(d, src, rate, std::vector<T>{1, 4, 6, 4, 1});
+    const std::vector<uint8_t> snapshot = state.memory;
+    Image<T> inA(rng, src.width, src.height, Ch), inB(rng, src.width, src.height, Ch);
+    Image<T> outA(rng, dst.width, dst.height, Ch), outB(rng, dst.width, dst.height, Ch);
+    zt::Canvas seqA = outA.canvas, seqB = outB.canvas;
+    ASSERT_EQ((resample<T, Ch>(d, inA.data(), inA.step(), src, reinterpret_cast<T*>(seqA.first()), outA.step(), dst,
+                               state)),
+              zepStsOk);
+    ASSERT_EQ(state.memory, snapshot) << "a call changed the state";
+    ASSERT_EQ((resample<T, Ch>(d, inB.data(), inB.step(), src, reinterpret_cast<T*>(seqB.first()), outB.step(), dst,
+                               state)),
+              zepStsOk);
+    ZepStatus statusA = zepStsOk, statusB = zepStsOk;
+    auto repeat = [&](Image<T>& in, Image<T>& out, ZepStatus& status) {
+        for (int i = 0; i < 20 && status == zepStsOk; ++i)
+            status = resample<T, Ch>(d, in.data(), in.step(), src, out.data(), out.step(), dst, state);
+    };
+    std::thread a([&] { repeat(inA, outA, statusA); });
+    std::thread b([&] { repeat(inB, outB, statusB); });
+    a.join();
+    b.join();
+    EXPECT_EQ(statusA, zepStsOk);
+    EXPECT_EQ(statusB, zepStsOk);
+    if constexpr (std::is_same_v<T, float>)
+        for (zt::Canvas* c : {&outA.canvas, &outB.canvas, &seqA, &seqB}) zt::canonicalizeNaNs(*c);
+    EXPECT_EQ(zt::firstDifference(outA.canvas, seqA), -1) << (d == Dir::down ? "down" : "up") << " rate " << rate;
+    EXPECT_EQ(zt::firstDifference(outB.canvas, seqB), -1) << (d == Dir::down ? "down" : "up") << " rate " << rate;
+    EXPECT_EQ(state.memory, snapshot) << "concurrent calls changed the state";
+}
+
+TEST(PyramidLayer, OneStateServesConcurrentCalls) {
+    for (Dir d : {Dir::down, Dir::up})
+        for (float rate : {2.0f, 1.5f}) {
+            expectSharedStateCalls<uint8_t, 3>(d, rate);
+            expectSharedStateCalls<uint16_t, 1>(d, rate);
+            expectSharedStateCalls<float, 1>(d, rate);
+        }
 }
 
 // One row through a layer operation (height 1 keeps the rows pass exact).
