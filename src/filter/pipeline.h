@@ -217,60 +217,77 @@ constexpr int kMaxPairTaps = 32;
 struct PairPlan {
     bool ok = false;
     int shift = 0;
-    bool negate = false;
-    bool offset = false;  // 16u values enter as v - 32768
-    int32_t q = 0;        // with the offset: sum = sum' + q * 2^shift
+    bool negate = false;     // divisor < 0: the taps are negated instead of the quotient
+    bool offset = false;     // 16u values enter as v - 32768
+    bool symmetric = false;  // taps[j] == taps[k-1-j] and two values add without wrapping
+    bool floatRound = false; // every sum below 2^24: rounded through single precision
+    int32_t q = 0;           // with the offset: sum = sum' + q * 2^shift
 };
 
 // valueBound: the largest magnitude of a value as it enters the products.
+//  - Symmetric taps: t_j*v_j + t_j*v_k-1-j = t_j*(v_j + v_k-1-j), and the
+//    16-bit sum of the two values is exact while 2 * valueBound < 2^15.
+//  - Sums below 2^24 in magnitude convert to single precision exactly, the
+//    product by 2^-s is exact, and converting back with round-to-nearest-even
+//    is round-half-to-even of v / 2^s: three instructions instead of five.
+//  - A negative divisor: round(-x) = -round(x) with ties to even, so the taps
+//    are negated (none may be -32768) and the divisor taken as |divisor|.
 template <class Src, class Tap>
 PairPlan planPairs(const Tap* taps, int k, int64_t divisor, int64_t valueBound) {
     PairPlan plan;
     if (k > kMaxPairTaps) return plan;
     int64_t sumAbs = 0, sum = 0;
+    bool symmetric = true, hasMin = false;
     for (int j = 0; j < k; ++j) {
         const int64_t t = taps[j];
         if (t < -32768 || t > 32767) return plan;
+        hasMin |= t == -32768;
+        symmetric &= t == int64_t{taps[k - 1 - j]};
         sumAbs += t < 0 ? -t : t;
         sum += t;
     }
     const uint64_t ad = divisor < 0 ? uint64_t(-divisor) : uint64_t(divisor);
     if (ad == 0 || (ad & (ad - 1)) != 0 || ad > (uint64_t{1} << 30)) return plan;
+    if (divisor < 0 && hasMin) return plan;
     const int s = __builtin_ctzll(ad);
     const bool offset = std::is_same_v<Src, uint16_t>;
     if (offset && (s < 1 || s > 15)) return plan;  // Q whole, and v' >> s + Q inside 32 bits
     const int64_t bias = s > 0 ? int64_t{1} << (s - 1) : 0;
-    if (sumAbs * valueBound + bias >= (int64_t{1} << 31)) return plan;
+    const int64_t bound = sumAbs * valueBound;
+    if (bound + bias >= (int64_t{1} << 31)) return plan;
     plan.ok = true;
     plan.shift = s;
     plan.negate = divisor < 0;
     plan.offset = offset;
-    plan.q = offset ? int32_t(sum << (15 - s)) : 0;
+    plan.symmetric = !offset && symmetric && 2 * valueBound < 32768;
+    plan.floatRound = !offset && bound < (int64_t{1} << 24);
+    plan.q = offset ? int32_t((divisor < 0 ? -sum : sum) << (15 - s)) : 0;
     return plan;
 }
 
 struct PairConstants {
     __m128i count;
     __m512i bias, one, q;
-    bool shifts, negate, offset;
+    __m512 scale;  // 2^-s
 };
 
 inline PairConstants pairConstants(const PairPlan& plan) {
-    const int s = plan.shift > 0 ? plan.shift : 1;
-    return {_mm_cvtsi32_si128(plan.shift),
-            _mm512_set1_epi32((1 << (s - 1)) - 1),
-            _mm512_set1_epi32(1),
-            _mm512_set1_epi32(plan.q),
-            plan.shift > 0,
-            plan.negate,
-            plan.offset};
+    const int s = plan.shift;
+    return {_mm_cvtsi32_si128(s), _mm512_set1_epi32(s > 0 ? (1 << (s - 1)) - 1 : 0), _mm512_set1_epi32(s > 0 ? 1 : 0),
+            _mm512_set1_epi32(plan.q), _mm512_set1_ps(std::ldexp(1.0f, -s))};
 }
 
-// The tap pairs (t_2i, t_2i+1) as 32-bit lane patterns; an odd last tap pairs with 0.
+// The tap pairs (t_2i, t_2i+1) as 32-bit lane patterns, negated for a negative
+// divisor; an odd last tap pairs with 0. Symmetric plans use the first half.
 template <class Tap>
-inline void tapPairs(const Tap* taps, int k, __m512i* out) {
-    for (int j = 0; j < k; j += 2) {
-        const uint32_t a = uint16_t(int16_t(taps[j])), b = j + 1 < k ? uint16_t(int16_t(taps[j + 1])) : 0u;
+inline void tapPairs(const Tap* taps, int k, const PairPlan& plan, __m512i* out) {
+    const int n = plan.symmetric ? (k + 1) / 2 : k;
+    auto tap = [&](int j) -> uint32_t {
+        const int32_t t = plan.negate ? -int32_t(taps[j]) : int32_t(taps[j]);
+        return uint16_t(int16_t(t));
+    };
+    for (int j = 0; j < n; j += 2) {
+        const uint32_t a = tap(j), b = j + 1 < n ? tap(j + 1) : 0u;
         out[j / 2] = _mm512_set1_epi32(int32_t(a | (b << 16)));
     }
 }
@@ -296,36 +313,63 @@ inline void store32(int8_t* p, __mmask32 m, __m512i lo, __m512i hi) {
     _mm256_mask_storeu_epi8(p, m, _mm512_cvtsepi16_epi8(_mm512_packs_epi32(lo, hi)));
 }
 
-// Round-half-to-even of the 32-bit sums by 2^s (with the offset's Q), negated for a negative divisor.
+// Round-half-to-even of the 32-bit sums by 2^s (with the offset's Q).
+template <bool FloatRound, bool Offset>
 inline __m512i pairRound(const PairConstants& c, __m512i v) {
-    if (c.shifts) {
+    if constexpr (FloatRound) {
+        const __m512 f = _mm512_mul_ps(_mm512_cvtepi32_ps(v), c.scale);
+        return _mm512_cvt_roundps_epi32(f, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+    } else {
         __m512i h = _mm512_sra_epi32(v, c.count);
-        if (c.offset) h = _mm512_add_epi32(h, c.q);
+        if constexpr (Offset) h = _mm512_add_epi32(h, c.q);
         const __m512i odd = _mm512_and_si512(h, c.one);
         v = _mm512_sra_epi32(_mm512_add_epi32(_mm512_add_epi32(v, c.bias), odd), c.count);
+        if constexpr (Offset) v = _mm512_add_epi32(v, c.q);
+        return v;
     }
-    if (c.offset) v = _mm512_add_epi32(v, c.q);
-    if (c.negate) v = _mm512_sub_epi32(_mm512_setzero_si512(), v);
-    return v;
 }
 
-// One block of up to 32 outputs (lanes of m): at(j) points to the values of tap j.
-template <int K, class Dst, class At>
+// One block of up to 32 outputs (lanes of m): at(j) points to the values of
+// tap j. Symmetric plans first add the values of taps j and k-1-j.
+template <int K, bool Sym, bool FloatRound, class Dst, class At>
 inline void pairBlock(const PairConstants& c, const __m512i* tp, int k, At at, Dst* out, __mmask32 m) {
+    using Src = std::remove_cv_t<std::remove_pointer_t<decltype(at(0))>>;
+    constexpr bool offset = std::is_same_v<Src, uint16_t>;
     const int count = K > 0 ? K : k;
+    const int n = Sym ? (count + 1) / 2 : count;
+    auto value = [&](int i) {
+        if (Sym && count - 1 - i != i) return _mm512_add_epi16(load32(at(i), m), load32(at(count - 1 - i), m));
+        return load32(at(i), m);
+    };
     __m512i lo = _mm512_setzero_si512(), hi = _mm512_setzero_si512();
     int j = 0;
-    for (; j + 1 < count; j += 2) {
-        const __m512i a = load32(at(j), m), b = load32(at(j + 1), m);
+    for (; j + 1 < n; j += 2) {
+        const __m512i a = value(j), b = value(j + 1);
         lo = _mm512_add_epi32(lo, _mm512_madd_epi16(_mm512_unpacklo_epi16(a, b), tp[j >> 1]));
         hi = _mm512_add_epi32(hi, _mm512_madd_epi16(_mm512_unpackhi_epi16(a, b), tp[j >> 1]));
     }
-    if (j < count) {
-        const __m512i a = load32(at(j), m), z = _mm512_setzero_si512();
+    if (j < n) {
+        const __m512i a = value(j), z = _mm512_setzero_si512();
         lo = _mm512_add_epi32(lo, _mm512_madd_epi16(_mm512_unpacklo_epi16(a, z), tp[j >> 1]));
         hi = _mm512_add_epi32(hi, _mm512_madd_epi16(_mm512_unpackhi_epi16(a, z), tp[j >> 1]));
     }
-    store32(out, m, pairRound(c, lo), pairRound(c, hi));
+    store32(out, m, pairRound<FloatRound, offset>(c, lo), pairRound<FloatRound, offset>(c, hi));
+}
+
+// Calls f with the compile-time forms of a plan.
+template <class F>
+inline void withPairForms(const PairPlan& plan, F f) {
+    if (plan.symmetric) {
+        if (plan.floatRound)
+            f.template operator()<true, true>();
+        else
+            f.template operator()<true, false>();
+    } else {
+        if (plan.floatRound)
+            f.template operator()<false, true>();
+        else
+            f.template operator()<false, false>();
+    }
 }
 
 // ---- Row pass ----
@@ -387,27 +431,32 @@ inline void interior(const RowPass<Src, Tap>& p, int64_t& lo, int64_t& hi) {
 template <int K, class Src, class Dst, class Tap, int Ch>
 void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& plan) {
     __m512i tp[kMaxPairTaps / 2];
-    tapPairs(p.taps, p.k, tp);
+    tapPairs(p.taps, p.k, plan, tp);
     const PairConstants c = pairConstants(plan);
     const int64_t E = int64_t{p.roi.width} * Ch;
     int64_t lo = E, hi = E;
     interior<Src, Tap, Ch>(p, lo, hi);
-    for (int y = 0; y < p.roi.height; ++y) {
-        const Src* row = reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
-        Dst* out = dst[y];
-        const int64_t head = lo < E ? lo : E;
-        for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
-        int64_t e = lo;
-        for (; e + 32 <= hi; e += 32) {
-            const Src* base = row + e - int64_t{p.anchor} * Ch;
-            pairBlock<K>(c, tp, p.k, [&](int j) { return base + j * Ch; }, out + e, ~__mmask32{0});
+    const int k = p.k;
+    const int64_t back = int64_t{p.anchor} * Ch;
+    withPairForms(plan, [&]<bool Sym, bool FR>() {
+        for (int y = 0; y < p.roi.height; ++y) {
+            const Src* row = reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
+            Dst* out = dst[y];
+            const int64_t head = lo < E ? lo : E;
+            for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+            int64_t e = lo;
+            for (; e + 32 <= hi; e += 32) {
+                const Src* base = row + e - back;
+                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return base + j * Ch; }, out + e, ~__mmask32{0});
+            }
+            if (e < hi) {
+                const Src* base = row + e - back;
+                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return base + j * Ch; }, out + e,
+                                      simd::firstLanes32(int(hi - e)));
+            }
+            for (int64_t x = hi > head ? hi : head; x < E; ++x) out[x] = rowElementInt<Src, Dst, Tap, Ch>(p, row, x);
         }
-        if (e < hi) {
-            const Src* base = row + e - int64_t{p.anchor} * Ch;
-            pairBlock<K>(c, tp, p.k, [&](int j) { return base + j * Ch; }, out + e, simd::firstLanes32(int(hi - e)));
-        }
-        for (int64_t x = hi > head ? hi : head; x < E; ++x) out[x] = rowElementInt<Src, Dst, Tap, Ch>(p, row, x);
-    }
+    });
 }
 
 template <Path P, int K, class Src, class Dst, class Tap, int Ch>
@@ -504,18 +553,23 @@ struct ColumnPass {
 template <int K, class Src, class Dst, class Tap>
 void columnPassPairs(const ColumnPass<Src, Tap>& p, Dst* dst, const PairPlan& plan) {
     __m512i tp[kMaxPairTaps / 2];
-    tapPairs(p.taps, p.k, tp);
+    tapPairs(p.taps, p.k, plan, tp);
     const PairConstants c = pairConstants(plan);
-    for (int64_t y = 0; y < p.height; ++y) {
-        const Src* const* rows = p.rows + y;
-        Dst* out = reinterpret_cast<Dst*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
-        int64_t e = 0;
-        for (; e + 32 <= p.elements; e += 32)
-            pairBlock<K>(c, tp, p.k, [&](int j) { return rows[j] + e; }, out + e, ~__mmask32{0});
-        if (e < p.elements)
-            pairBlock<K>(c, tp, p.k, [&](int j) { return rows[j] + e; }, out + e,
-                         simd::firstLanes32(int(p.elements - e)));
-    }
+    const int k = p.k;
+    const int64_t E = p.elements;
+    withPairForms(plan, [&]<bool Sym, bool FR>() {
+        for (int64_t y = 0; y < p.height; ++y) {
+            const Src* rows[kMaxPairTaps];
+            for (int j = 0; j < k; ++j) rows[j] = p.rows[y + j];
+            Dst* out = reinterpret_cast<Dst*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
+            int64_t e = 0;
+            for (; e + 32 <= E; e += 32)
+                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return rows[j] + e; }, out + e, ~__mmask32{0});
+            if (e < E)
+                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return rows[j] + e; }, out + e,
+                                      simd::firstLanes32(int(E - e)));
+        }
+    });
 }
 
 // The single-precision column pass computes exactly when the divisor is a
