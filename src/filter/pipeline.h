@@ -356,6 +356,37 @@ inline void pairBlock(const PairConstants& c, const __m512i* tp, int k, At at, D
     store32(out, m, pairRound<FloatRound, offset>(c, lo), pairRound<FloatRound, offset>(c, hi));
 }
 
+// Single-channel 16-bit rows need no interleaving: the 32-bit lane d of the
+// values loaded at offset o already holds the adjacent pair (x[o+2d],
+// x[o+2d+1]). The even outputs 2d take the pairs at offsets 0, 2, 4, ...,
+// the odd outputs 2d+1 those at 1, 3, 5, ..., with the same tap pairs; the
+// two halves are packed and their 16-bit lanes interleaved back into order.
+// Loads keep to the lanes some output of the block reads (an odd last tap
+// pairs with 0, and the value beside it is not loaded at the block's end).
+template <int K, bool FloatRound, class Src, class Dst>
+inline void adjacentBlock(const PairConstants& c, const __m512i* tp, int k, const Src* base, Dst* out, int n) {
+    constexpr bool offset = std::is_same_v<Src, uint16_t>;
+    const int count = K > 0 ? K : k;
+    const int lanes[2] = {n + (n & 1), n - (n & 1)};  // the even and the odd outputs' lanes
+    auto load = [&](int o) {
+        int l = lanes[o & 1];
+        if (l > count + n - 1 - o) l = count + n - 1 - o;
+        return load32(base + o, simd::firstLanes32(l));
+    };
+    __m512i even = _mm512_setzero_si512(), odd = _mm512_setzero_si512();
+    for (int j = 0; j < count; j += 2) {
+        even = _mm512_add_epi32(even, _mm512_madd_epi16(load(j), tp[j >> 1]));
+        odd = _mm512_add_epi32(odd, _mm512_madd_epi16(load(j + 1), tp[j >> 1]));
+    }
+    even = pairRound<FloatRound, offset>(c, even);
+    odd = pairRound<FloatRound, offset>(c, odd);
+    // packs gives, in each 128-bit lane, four even then four odd outputs.
+    const __m512i packed = std::is_same_v<Dst, uint16_t> ? _mm512_packus_epi32(even, odd)
+                                                         : _mm512_packs_epi32(even, odd);
+    const __m512i order = _mm512_broadcast_i32x4(_mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));
+    _mm512_mask_storeu_epi16(out, simd::firstLanes32(n), _mm512_shuffle_epi8(packed, order));
+}
+
 // Calls f with the compile-time forms of a plan.
 template <class F>
 inline void withPairForms(const PairPlan& plan, F f) {
@@ -438,6 +469,28 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
     interior<Src, Tap, Ch>(p, lo, hi);
     const int k = p.k;
     const int64_t back = int64_t{p.anchor} * Ch;
+    if constexpr (Ch == 1 && sizeof(Src) == 2) {
+        if (!plan.symmetric) {
+            auto run = [&]<bool FR>() {
+                for (int y = 0; y < p.roi.height; ++y) {
+                    const Src* row =
+                        reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
+                    Dst* out = dst[y];
+                    const int64_t head = lo < E ? lo : E;
+                    for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+                    for (int64_t e = lo; e < hi; e += 32)
+                        adjacentBlock<K, FR>(c, tp, k, row + e - back, out + e, hi - e < 32 ? int(hi - e) : 32);
+                    for (int64_t x = hi > head ? hi : head; x < E; ++x)
+                        out[x] = rowElementInt<Src, Dst, Tap, Ch>(p, row, x);
+                }
+            };
+            if (plan.floatRound)
+                run.template operator()<true>();
+            else
+                run.template operator()<false>();
+            return;
+        }
+    }
     withPairForms(plan, [&]<bool Sym, bool FR>() {
         for (int y = 0; y < p.roi.height; ++y) {
             const Src* row = reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
