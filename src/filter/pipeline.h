@@ -317,8 +317,10 @@ inline void store32(int8_t* p, __mmask32 m, __m512i lo, __m512i hi) {
 template <bool FloatRound, bool Offset>
 inline __m512i pairRound(const PairConstants& c, __m512i v) {
     if constexpr (FloatRound) {
-        const __m512 f = _mm512_mul_ps(_mm512_cvtepi32_ps(v), c.scale);
-        return _mm512_cvt_roundps_epi32(f, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+        // (explicit pass-through operands: GCC's "undefined" ones warn in debug builds)
+        const __m512 f = _mm512_mul_ps(_mm512_mask_cvtepi32_ps(_mm512_setzero_ps(), 0xFFFF, v), c.scale);
+        return _mm512_mask_cvt_roundps_epi32(_mm512_setzero_si512(), 0xFFFF, f,
+                                             _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
     } else {
         __m512i h = _mm512_sra_epi32(v, c.count);
         if constexpr (Offset) h = _mm512_add_epi32(h, c.q);
