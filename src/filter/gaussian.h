@@ -88,6 +88,15 @@ void gaussianRun(const Src* src, int64_t srcStep, Src* dst, int64_t dstStep, int
     auto ringRow = [&](int64_t i) {
         return reinterpret_cast<Inter*>(lay.ring + ((i + r) % lay.ringRows) * lay.ringStep);
     };
+    // The row pass of 8u rows gives |value| <= sum|tap| * 255 / |divisor| + 1
+    // (rounded to nearest), which lets the column pass prove it computes exactly.
+    int32_t bound = 32768;
+    if constexpr (std::is_same_v<Src, uint8_t>) {
+        int64_t sumAbs = 0;
+        for (int j = 0; j < k; ++j) sumAbs += std::llabs(int64_t{taps[j]});
+        const int64_t b = sumAbs * 255 / std::llabs(int64_t{divisor}) + 1;
+        bound = b < 32768 ? int32_t(b) : 32768;
+    }
     int64_t next = -r;  // the next intermediate row to compute
     for (int64_t y0 = 0; y0 < H; y0 += lay.strip) {
         const int64_t nb = H - y0 < lay.strip ? H - y0 : lay.strip;
@@ -103,11 +112,11 @@ void gaussianRun(const Src* src, int64_t srcStep, Src* dst, int64_t dstStep, int
         for (int64_t j = 0; j < nb + k - 1; ++j) ptrs[j] = ringRow(y0 - r + j);
         Src* out = reinterpret_cast<Src*>(reinterpret_cast<char*>(dst) + y0 * dstStep);
         if (!lay.staging) {
-            const ColumnPass<Inter, Tap> pass{ptrs, dstStep, E, nb, taps, k, divisor};
+            const ColumnPass<Inter, Tap> pass{ptrs, dstStep, E, nb, taps, k, divisor, bound};
             columnPass<P, Inter, Src, Tap>(pass, out);
         } else {
             for (int64_t y = 0; y < nb; ++y) {
-                const ColumnPass<Inter, Tap> pass{ptrs + y, 0, E, 1, taps, k, divisor};
+                const ColumnPass<Inter, Tap> pass{ptrs + y, 0, E, 1, taps, k, divisor, bound};
                 columnPass<P, Inter, Src, Tap>(pass, reinterpret_cast<Src*>(lay.staging));
                 streamRow(reinterpret_cast<uint8_t*>(out) + y * dstStep, lay.staging, E * int64_t(sizeof(Src)));
             }

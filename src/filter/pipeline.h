@@ -188,6 +188,223 @@ inline void broadcastTaps(const Tap* taps, __m512i* tapsI, __m512d* tapsD) {
     }
 }
 
+// ---- Paired 16-bit products (vpmaddwd) ----
+//
+// Thirty-two outputs a block. The values of taps j and j+1 are loaded as
+// 16-bit lanes and interleaved (unpacklo/unpackhi), so that one vpmaddwd with
+// the tap pair (t_j, t_j+1) forms t_j*v_j + t_j+1*v_j+1 in 32-bit lanes; the
+// low half holds outputs 0-3, 8-11, 16-19, 24-27 and the high half the others,
+// and packing the two halves (packs/packus) puts them back in order while
+// saturating to 16 bits. Values enter as 16-bit integers: 8u zero-extended,
+// 16s as they are, 16u as v - 32768 (the top bit flipped), which takes
+// 32768 * sum(taps) out of the sum; it comes back as a whole number of
+// divisor units (see planPairs).
+//
+// The result is the same integer as the scalar definition because:
+//  - every tap fits in 16 signed bits, and every product, pair sum and partial
+//    sum is bounded by B = sum|tap| * max|value| with B + 2^(s-1) < 2^31, so
+//    nothing wraps in the 32-bit lanes, rounding bias included;
+//  - the divisor is +-2^s, and (v + 2^(s-1) - 1 + ((v >> s) & 1)) >> s is
+//    round-half-to-even of v / 2^s (as in the shift32 mode). With the 16u
+//    offset, v = v' + Q * 2^s with Q = sum(taps) * 2^(15-s) a whole number
+//    (s <= 15), so v >> s = (v' >> s) + Q and the same formula reads
+//    ((v' + 2^(s-1) - 1 + (((v' >> s) + Q) & 1)) >> s) + Q;
+//  - a negative divisor negates the rounded quotient (ties to even are
+//    symmetric), and the packs saturate like saturate<Dst>.
+
+constexpr int kMaxPairTaps = 32;
+
+struct PairPlan {
+    bool ok = false;
+    int shift = 0;
+    bool negate = false;     // divisor < 0: the taps are negated instead of the quotient
+    bool offset = false;     // 16u values enter as v - 32768
+    bool symmetric = false;  // taps[j] == taps[k-1-j] and two values add without wrapping
+    bool floatRound = false; // every sum below 2^24: rounded through single precision
+    int32_t q = 0;           // with the offset: sum = sum' + q * 2^shift
+};
+
+// valueBound: the largest magnitude of a value as it enters the products.
+//  - Symmetric taps: t_j*v_j + t_j*v_k-1-j = t_j*(v_j + v_k-1-j), and the
+//    16-bit sum of the two values is exact while 2 * valueBound < 2^15.
+//  - Sums below 2^24 in magnitude convert to single precision exactly, the
+//    product by 2^-s is exact, and converting back with round-to-nearest-even
+//    is round-half-to-even of v / 2^s: three instructions instead of five.
+//  - A negative divisor: round(-x) = -round(x) with ties to even, so the taps
+//    are negated (none may be -32768) and the divisor taken as |divisor|.
+template <class Src, class Tap>
+PairPlan planPairs(const Tap* taps, int k, int64_t divisor, int64_t valueBound) {
+    PairPlan plan;
+    if (k > kMaxPairTaps) return plan;
+    int64_t sumAbs = 0, sum = 0;
+    bool symmetric = true, hasMin = false;
+    for (int j = 0; j < k; ++j) {
+        const int64_t t = taps[j];
+        if (t < -32768 || t > 32767) return plan;
+        hasMin |= t == -32768;
+        symmetric &= t == int64_t{taps[k - 1 - j]};
+        sumAbs += t < 0 ? -t : t;
+        sum += t;
+    }
+    const uint64_t ad = divisor < 0 ? uint64_t(-divisor) : uint64_t(divisor);
+    if (ad == 0 || (ad & (ad - 1)) != 0 || ad > (uint64_t{1} << 30)) return plan;
+    if (divisor < 0 && hasMin) return plan;
+    const int s = __builtin_ctzll(ad);
+    const bool offset = std::is_same_v<Src, uint16_t>;
+    if (offset && (s < 1 || s > 15)) return plan;  // Q whole, and v' >> s + Q inside 32 bits
+    const int64_t bias = s > 0 ? int64_t{1} << (s - 1) : 0;
+    const int64_t bound = sumAbs * valueBound;
+    if (bound + bias >= (int64_t{1} << 31)) return plan;
+    plan.ok = true;
+    plan.shift = s;
+    plan.negate = divisor < 0;
+    plan.offset = offset;
+    plan.symmetric = !offset && symmetric && 2 * valueBound < 32768;
+    plan.floatRound = !offset && bound < (int64_t{1} << 24);
+    plan.q = offset ? int32_t((divisor < 0 ? -sum : sum) << (15 - s)) : 0;
+    return plan;
+}
+
+struct PairConstants {
+    __m128i count;
+    __m512i bias, one, q;
+    __m512 scale;  // 2^-s
+};
+
+inline PairConstants pairConstants(const PairPlan& plan) {
+    const int s = plan.shift;
+    return {_mm_cvtsi32_si128(s), _mm512_set1_epi32(s > 0 ? (1 << (s - 1)) - 1 : 0), _mm512_set1_epi32(s > 0 ? 1 : 0),
+            _mm512_set1_epi32(plan.q), _mm512_set1_ps(std::ldexp(1.0f, -s))};
+}
+
+// The tap pairs (t_2i, t_2i+1) as 32-bit lane patterns, negated for a negative
+// divisor; an odd last tap pairs with 0. Symmetric plans use the first half.
+template <class Tap>
+inline void tapPairs(const Tap* taps, int k, const PairPlan& plan, __m512i* out) {
+    const int n = plan.symmetric ? (k + 1) / 2 : k;
+    auto tap = [&](int j) -> uint32_t {
+        const int32_t t = plan.negate ? -int32_t(taps[j]) : int32_t(taps[j]);
+        return uint16_t(int16_t(t));
+    };
+    for (int j = 0; j < n; j += 2) {
+        const uint32_t a = tap(j), b = j + 1 < n ? tap(j + 1) : 0u;
+        out[j / 2] = _mm512_set1_epi32(int32_t(a | (b << 16)));
+    }
+}
+
+inline __m512i load32(const uint8_t* p, __mmask32 m) { return _mm512_cvtepu8_epi16(_mm256_maskz_loadu_epi8(m, p)); }
+inline __m512i load32(const int16_t* p, __mmask32 m) { return _mm512_maskz_loadu_epi16(m, p); }
+inline __m512i load32(const uint16_t* p, __mmask32 m) {
+    return _mm512_xor_si512(_mm512_maskz_loadu_epi16(m, p), _mm512_set1_epi16(int16_t(0x8000)));
+}
+
+// Thirty-two lanes in order, saturated to 16 bits, then to the destination.
+inline void store32(int16_t* p, __mmask32 m, __m512i lo, __m512i hi) {
+    _mm512_mask_storeu_epi16(p, m, _mm512_packs_epi32(lo, hi));
+}
+inline void store32(uint16_t* p, __mmask32 m, __m512i lo, __m512i hi) {
+    _mm512_mask_storeu_epi16(p, m, _mm512_packus_epi32(lo, hi));
+}
+inline void store32(uint8_t* p, __mmask32 m, __m512i lo, __m512i hi) {
+    const __m512i w = _mm512_max_epi16(_mm512_packs_epi32(lo, hi), _mm512_setzero_si512());
+    _mm256_mask_storeu_epi8(p, m, _mm512_cvtusepi16_epi8(w));
+}
+inline void store32(int8_t* p, __mmask32 m, __m512i lo, __m512i hi) {
+    _mm256_mask_storeu_epi8(p, m, _mm512_cvtsepi16_epi8(_mm512_packs_epi32(lo, hi)));
+}
+
+// Round-half-to-even of the 32-bit sums by 2^s (with the offset's Q).
+template <bool FloatRound, bool Offset>
+inline __m512i pairRound(const PairConstants& c, __m512i v) {
+    if constexpr (FloatRound) {
+        // (explicit pass-through operands: GCC's "undefined" ones warn in debug builds)
+        const __m512 f = _mm512_mul_ps(_mm512_mask_cvtepi32_ps(_mm512_setzero_ps(), 0xFFFF, v), c.scale);
+        return _mm512_mask_cvt_roundps_epi32(_mm512_setzero_si512(), 0xFFFF, f,
+                                             _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+    } else {
+        __m512i h = _mm512_sra_epi32(v, c.count);
+        if constexpr (Offset) h = _mm512_add_epi32(h, c.q);
+        const __m512i odd = _mm512_and_si512(h, c.one);
+        v = _mm512_sra_epi32(_mm512_add_epi32(_mm512_add_epi32(v, c.bias), odd), c.count);
+        if constexpr (Offset) v = _mm512_add_epi32(v, c.q);
+        return v;
+    }
+}
+
+// One block of up to 32 outputs (lanes of m): at(j) points to the values of
+// tap j. Symmetric plans first add the values of taps j and k-1-j.
+template <int K, bool Sym, bool FloatRound, class Dst, class At>
+inline void pairBlock(const PairConstants& c, const __m512i* tp, int k, At at, Dst* out, __mmask32 m) {
+    using Src = std::remove_cv_t<std::remove_pointer_t<decltype(at(0))>>;
+    constexpr bool offset = std::is_same_v<Src, uint16_t>;
+    const int count = K > 0 ? K : k;
+    const int n = Sym ? (count + 1) / 2 : count;
+    auto value = [&](int i) {
+        if (Sym && count - 1 - i != i) return _mm512_add_epi16(load32(at(i), m), load32(at(count - 1 - i), m));
+        return load32(at(i), m);
+    };
+    __m512i lo = _mm512_setzero_si512(), hi = _mm512_setzero_si512();
+    int j = 0;
+    for (; j + 1 < n; j += 2) {
+        const __m512i a = value(j), b = value(j + 1);
+        lo = _mm512_add_epi32(lo, _mm512_madd_epi16(_mm512_unpacklo_epi16(a, b), tp[j >> 1]));
+        hi = _mm512_add_epi32(hi, _mm512_madd_epi16(_mm512_unpackhi_epi16(a, b), tp[j >> 1]));
+    }
+    if (j < n) {
+        const __m512i a = value(j), z = _mm512_setzero_si512();
+        lo = _mm512_add_epi32(lo, _mm512_madd_epi16(_mm512_unpacklo_epi16(a, z), tp[j >> 1]));
+        hi = _mm512_add_epi32(hi, _mm512_madd_epi16(_mm512_unpackhi_epi16(a, z), tp[j >> 1]));
+    }
+    store32(out, m, pairRound<FloatRound, offset>(c, lo), pairRound<FloatRound, offset>(c, hi));
+}
+
+// Single-channel 16-bit rows need no interleaving: the 32-bit lane d of the
+// values loaded at offset o already holds the adjacent pair (x[o+2d],
+// x[o+2d+1]). The even outputs 2d take the pairs at offsets 0, 2, 4, ...,
+// the odd outputs 2d+1 those at 1, 3, 5, ..., with the same tap pairs; the
+// two halves are packed and their 16-bit lanes interleaved back into order.
+// Loads keep to the lanes some output of the block reads (an odd last tap
+// pairs with 0, and the value beside it is not loaded at the block's end).
+template <int K, bool FloatRound, class Src, class Dst>
+inline void adjacentBlock(const PairConstants& c, const __m512i* tp, int k, const Src* base, Dst* out, int n) {
+    constexpr bool offset = std::is_same_v<Src, uint16_t>;
+    const int count = K > 0 ? K : k;
+    const int lanes[2] = {n + (n & 1), n - (n & 1)};  // the even and the odd outputs' lanes
+    auto load = [&](int o) {
+        int l = lanes[o & 1];
+        if (l > count + n - 1 - o) l = count + n - 1 - o;
+        return load32(base + o, simd::firstLanes32(l));
+    };
+    __m512i even = _mm512_setzero_si512(), odd = _mm512_setzero_si512();
+    for (int j = 0; j < count; j += 2) {
+        even = _mm512_add_epi32(even, _mm512_madd_epi16(load(j), tp[j >> 1]));
+        odd = _mm512_add_epi32(odd, _mm512_madd_epi16(load(j + 1), tp[j >> 1]));
+    }
+    even = pairRound<FloatRound, offset>(c, even);
+    odd = pairRound<FloatRound, offset>(c, odd);
+    // packs gives, in each 128-bit lane, four even then four odd outputs.
+    const __m512i packed = std::is_same_v<Dst, uint16_t> ? _mm512_packus_epi32(even, odd)
+                                                         : _mm512_packs_epi32(even, odd);
+    const __m512i order = _mm512_broadcast_i32x4(_mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));
+    _mm512_mask_storeu_epi16(out, simd::firstLanes32(n), _mm512_shuffle_epi8(packed, order));
+}
+
+// Calls f with the compile-time forms of a plan.
+template <class F>
+inline void withPairForms(const PairPlan& plan, F f) {
+    if (plan.symmetric) {
+        if (plan.floatRound)
+            f.template operator()<true, true>();
+        else
+            f.template operator()<true, false>();
+    } else {
+        if (plan.floatRound)
+            f.template operator()<false, true>();
+        else
+            f.template operator()<false, false>();
+    }
+}
+
 // ---- Row pass ----
 
 template <class Src, class Tap>
@@ -243,6 +460,60 @@ inline void interior(const RowPass<Src, Tap>& p, int64_t& lo, int64_t& hi) {
     if (hi < lo) hi = lo;
 }
 
+// The integer row pass in paired 16-bit products (the plan holds).
+template <int K, class Src, class Dst, class Tap, int Ch>
+void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& plan) {
+    __m512i tp[kMaxPairTaps / 2];
+    tapPairs(p.taps, p.k, plan, tp);
+    const PairConstants c = pairConstants(plan);
+    const int64_t E = int64_t{p.roi.width} * Ch;
+    int64_t lo = E, hi = E;
+    interior<Src, Tap, Ch>(p, lo, hi);
+    const int k = p.k;
+    const int64_t back = int64_t{p.anchor} * Ch;
+    if constexpr (Ch == 1 && sizeof(Src) == 2) {
+        if (!plan.symmetric) {
+            auto run = [&]<bool FR>() {
+                for (int y = 0; y < p.roi.height; ++y) {
+                    const Src* row =
+                        reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
+                    Dst* out = dst[y];
+                    const int64_t head = lo < E ? lo : E;
+                    for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+                    for (int64_t e = lo; e < hi; e += 32)
+                        adjacentBlock<K, FR>(c, tp, k, row + e - back, out + e, hi - e < 32 ? int(hi - e) : 32);
+                    for (int64_t x = hi > head ? hi : head; x < E; ++x)
+                        out[x] = rowElementInt<Src, Dst, Tap, Ch>(p, row, x);
+                }
+            };
+            if (plan.floatRound)
+                run.template operator()<true>();
+            else
+                run.template operator()<false>();
+            return;
+        }
+    }
+    withPairForms(plan, [&]<bool Sym, bool FR>() {
+        for (int y = 0; y < p.roi.height; ++y) {
+            const Src* row = reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
+            Dst* out = dst[y];
+            const int64_t head = lo < E ? lo : E;
+            for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+            int64_t e = lo;
+            for (; e + 32 <= hi; e += 32) {
+                const Src* base = row + e - back;
+                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return base + j * Ch; }, out + e, ~__mmask32{0});
+            }
+            if (e < hi) {
+                const Src* base = row + e - back;
+                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return base + j * Ch; }, out + e,
+                                      simd::firstLanes32(int(hi - e)));
+            }
+            for (int64_t x = hi > head ? hi : head; x < E; ++x) out[x] = rowElementInt<Src, Dst, Tap, Ch>(p, row, x);
+        }
+    });
+}
+
 template <Path P, int K, class Src, class Dst, class Tap, int Ch>
 void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
     const IntPlan plan = P == Path::vector ? planInteger<Src>(p.taps, p.k, p.divisor) : IntPlan{};
@@ -253,6 +524,10 @@ void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
     const int64_t E = int64_t{p.roi.width} * Ch;
     int64_t lo = E, hi = E;
     if (plan.mode != IntMode::scalar) interior<Src, Tap, Ch>(p, lo, hi);
+    const PairPlan pairs =
+        P == Path::vector ? planPairs<Src>(p.taps, p.k, p.divisor, std::is_same_v<Src, uint8_t> ? 255 : 32768)
+                          : PairPlan{};
+    if (pairs.ok) return rowPassPairs<K, Src, Dst, Tap, Ch>(p, dst, pairs);
     for (int y = 0; y < p.roi.height; ++y) {
         const Src* row = reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
         Dst* out = dst[y];
@@ -326,7 +601,47 @@ struct ColumnPass {
     const Tap* taps;
     int k;
     int divisor;
+    int32_t valueBound = 32768;  // the largest magnitude of a source value (the caller may know better)
 };
+
+// The integer column pass in paired 16-bit products (the plan holds).
+template <int K, class Src, class Dst, class Tap>
+void columnPassPairs(const ColumnPass<Src, Tap>& p, Dst* dst, const PairPlan& plan) {
+    __m512i tp[kMaxPairTaps / 2];
+    tapPairs(p.taps, p.k, plan, tp);
+    const PairConstants c = pairConstants(plan);
+    const int k = p.k;
+    const int64_t E = p.elements;
+    withPairForms(plan, [&]<bool Sym, bool FR>() {
+        for (int64_t y = 0; y < p.height; ++y) {
+            const Src* rows[kMaxPairTaps];
+            for (int j = 0; j < k; ++j) rows[j] = p.rows[y + j];
+            Dst* out = reinterpret_cast<Dst*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
+            int64_t e = 0;
+            for (; e + 32 <= E; e += 32)
+                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return rows[j] + e; }, out + e, ~__mmask32{0});
+            if (e < E)
+                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return rows[j] + e; }, out + e,
+                                      simd::firstLanes32(int(E - e)));
+        }
+    });
+}
+
+// The single-precision column pass computes exactly when the divisor is a
+// power of two and sum|tap| * max|value| < 2^24: then the reciprocal, each
+// scaled tap (t * 2^-16-s) and each value (v * 2^16) are exact, every product
+// t * v * 2^-s and every partial sum is a whole multiple of 2^-s below 2^24 of
+// them in magnitude, so exactly representable, and the float sum is Σ / d
+// itself. Clamping to the integer bounds of the destination before rounding
+// then gives what saturating the rounded quotient gives, so the integer pairs
+// reach the same results.
+template <class Tap>
+inline PairPlan planSingleAsPairs(const Tap* taps, int k, int divisor, int64_t valueBound) {
+    double sumAbs = 0;
+    for (int j = 0; j < k; ++j) sumAbs += std::fabs(double(taps[j]));
+    if (sumAbs * double(valueBound) >= double(1 << 24)) return PairPlan{};
+    return planPairs<int16_t>(taps, k, divisor, valueBound);
+}
 
 // Whether the 16s column pass runs in single precision (else exactly in integers).
 template <class Tap>
@@ -351,6 +666,10 @@ inline Dst columnElementFloat(const int16_t* const* rows, int64_t e, const int16
 
 template <Path P, int K, class Dst>
 void columnPassSingle(const ColumnPass<int16_t, int16_t>& p, Dst* dst) {
+    if constexpr (P == Path::vector) {
+        const PairPlan pairs = planSingleAsPairs(p.taps, p.k, p.divisor, p.valueBound);
+        if (pairs.ok) return columnPassPairs<K>(p, dst, pairs);
+    }
     const float reciprocal = 1.0f / float(p.divisor);
     __m512 tv[K > 0 ? K : 1] = {};
     if constexpr (K > 0)
@@ -380,6 +699,10 @@ void columnPassSingle(const ColumnPass<int16_t, int16_t>& p, Dst* dst) {
 // The exact integer column pass (16u, and 16s kernels with sum|tap| >= 65535).
 template <Path P, int K, class Src, class Dst, class Tap>
 void columnPassInt(const ColumnPass<Src, Tap>& p, Dst* dst) {
+    if constexpr (P == Path::vector) {
+        const PairPlan pairs = planPairs<Src>(p.taps, p.k, p.divisor, 32768);
+        if (pairs.ok) return columnPassPairs<K>(p, dst, pairs);
+    }
     const IntPlan plan = P == Path::vector ? planInteger<Src>(p.taps, p.k, p.divisor) : IntPlan{};
     __m512i ti[K > 0 ? K : 1] = {};
     __m512d td[K > 0 ? K : 1] = {};

@@ -190,6 +190,127 @@ TEST(ColumnPipeline, VectorAgreesWithScalarDefinition) {
     expectColumnAgrees<float, float, float, 3, false>("32f_C3R", columnCall32f<zepiFilterColumnPipeline_32f_C3R>);
 }
 
+// ---- Paired 16-bit products: power-of-two divisors, symmetric or not ----
+
+// Taps that take the paired paths: symmetric half the time (the shared-value
+// form), Gaussian-like positive or mixed in sign, sized near the bounds.
+template <class Tap>
+std::vector<Tap> pairTaps(std::mt19937& rng, int k, int scale) {
+    std::vector<Tap> t(k);
+    const bool positive = rng() % 2, symmetric = rng() % 2;
+    for (auto& v : t) {
+        const int r = static_cast<int>(rng() % (uint32_t(scale) + 1));
+        v = static_cast<Tap>(positive || rng() % 2 ? r : -r);
+    }
+    if (symmetric)
+        for (int j = 0; j < k / 2; ++j) t[k - 1 - j] = t[j];
+    return t;
+}
+
+template <class Src, class Dst, int Ch, DivisorCheck DC>
+void expectRowPairsAgree(const char* name, RowFn<Src, Dst, int16_t> exported) {
+    std::mt19937 rng(31);
+    const std::vector<int> divisors = DC == DivisorCheck::earlyPositive
+                                          ? std::vector<int>{1, 2, 4096, 1 << 15, 1 << 16}
+                                          : std::vector<int>{1, -1, 2, 4096, -4096, 1 << 15};
+    for (int w : {1, 15, 16, 17, 31, 32, 33, 34, 37, 63, 64, 65, 66, 69, 97, 200, 261}) {
+        for (int k : {1, 2, 3, 4, 5, 7, 8, 31, 32, 33}) {
+            for (uint32_t border : kBorders) {
+                const int anchor = std::vector<int>{0, k / 2, k - 1}[rng() % 3];
+                const bool memLeft = border & 0x40, memRight = border & 0x80;
+                Image<Src> src(rng, w + (memLeft ? k : 0) + (memRight ? k : 0), 2, Ch, false);
+                const Src* first = src.data() + (memLeft ? k * Ch : 0);
+                Image<Dst> ours(rng, w, 2, Ch, false);
+                zt::Canvas theirs = ours.canvas;
+                const auto before = ours.canvas.bytes();
+                Dst* rowsOurs[2] = {ours.at(0), ours.at(1)};
+                Dst* rowsTheirs[2] = {reinterpret_cast<Dst*>(theirs.row(0)), reinterpret_cast<Dst*>(theirs.row(1))};
+                const int scale = std::vector<int>{100, 4096 / k + 1, 32767 / k, 32767}[rng() % 4];
+                const auto taps = pairTaps<int16_t>(rng, k, scale);
+                const int divisor = divisors[rng() % divisors.size()];
+                Src value[3];
+                for (auto& v : value) v = zt::randomValue<Src>(rng, false);
+                uint8_t buffer[16];
+                ASSERT_EQ(exported(first, src.step(), rowsOurs, {w, 2}, taps.data(), k, anchor, border, value, divisor,
+                                   buffer),
+                          zepStsOk);
+                ASSERT_EQ((zep::filter::rowPipeline<Path::scalar, Src, Dst, int16_t, Ch, DC>(
+                              first, src.step(), rowsTheirs, {w, 2}, taps.data(), k, anchor, border, value, divisor,
+                              buffer)),
+                          zepStsOk);
+                ASSERT_EQ(zt::firstDifference(ours.canvas, theirs), -1)
+                    << name << " w " << w << " k " << k << " border " << border << " divisor " << divisor;
+                ASSERT_EQ(zt::firstGuardChange(ours.canvas, before), -1) << name << " w " << w;
+            }
+        }
+    }
+}
+
+TEST(RowPipeline, PairedProductsAgreeWithScalarDefinition) {
+    using P = const uint8_t*;
+    using Q = const int16_t*;
+    using U = const uint16_t*;
+    expectRowPairsAgree<uint8_t, int16_t, 1, DivisorCheck::late>(
+        "8u16s_C1R", rowCall<uint8_t, int16_t, uint8_t, zepiFilterRowBorderPipeline_8u16s_C1R>);
+    expectRowPairsAgree<uint8_t, int16_t, 3, DivisorCheck::early>(
+        "8u16s_C3R", rowCall<uint8_t, int16_t, P, zepiFilterRowBorderPipeline_8u16s_C3R>);
+    expectRowPairsAgree<int16_t, int16_t, 1, DivisorCheck::early>(
+        "16s_C1R", rowCall<int16_t, int16_t, int16_t, zepiFilterRowBorderPipeline_16s_C1R>);
+    expectRowPairsAgree<int16_t, int16_t, 3, DivisorCheck::late>(
+        "16s_C3R", rowCall<int16_t, int16_t, Q, zepiFilterRowBorderPipeline_16s_C3R>);
+    expectRowPairsAgree<uint16_t, uint16_t, 1, DivisorCheck::earlyPositive>(
+        "16u_C1R", rowCall<uint16_t, uint16_t, uint16_t, zepiFilterRowBorderPipeline_16u_C1R>);
+    expectRowPairsAgree<uint16_t, uint16_t, 3, DivisorCheck::earlyPositive>(
+        "16u_C3R", rowCall<uint16_t, uint16_t, U, zepiFilterRowBorderPipeline_16u_C3R>);
+}
+
+// The column pass with values no larger than `bound` in magnitude, told the
+// bound as the Gaussian filter tells it (the 16s single-precision pass then
+// runs in integers); bound 32768 is the exported passes' own case.
+template <class Src, class Dst, int Ch>
+void expectColumnPairsAgree(const char* name, int bound) {
+    std::mt19937 rng(37);
+    for (int w : zt::sweepWidths()) {
+        for (int k : {1, 2, 3, 4, 5, 7, 8, 31, 32, 33}) {
+            const int h = 1 + int(rng() % 3);
+            Image<Src> src(rng, w, h + k - 1, Ch, false);
+            if (bound < 32768)
+                for (int y = 0; y < h + k - 1; ++y)
+                    for (int e = 0; e < w * Ch; ++e)
+                        src.at(y)[e] = Src(int(rng() % (2 * uint32_t(bound) + 1)) - bound);
+            std::vector<const Src*> rows(h + k - 1);
+            for (int i = 0; i < h + k - 1; ++i) rows[i] = src.at(i);
+            std::shuffle(rows.begin(), rows.end(), rng);
+            Image<Dst> ours(rng, w, h, Ch, false);
+            zt::Canvas theirs = ours.canvas;
+            const auto before = ours.canvas.bytes();
+            const int scale = std::vector<int>{3, 40, 4096 / k + 1, 32767 / k, 32767}[rng() % 5];
+            const auto taps = pairTaps<int16_t>(rng, k, scale);
+            const int divisor = std::vector<int>{1, -1, 2, 4096, -4096, 1 << 15, 1 << 20}[rng() % 7];
+            zep::filter::ColumnPass<Src, int16_t> pass{rows.data(), ours.step(), int64_t{w} * Ch, h,
+                                                       taps.data(), k,           divisor,          bound};
+            zep::filter::columnPass<Path::vector, Src, Dst, int16_t>(pass, ours.data());
+            zep::filter::columnPass<Path::scalar, Src, Dst, int16_t>(pass, reinterpret_cast<Dst*>(theirs.first()));
+            ASSERT_EQ(zt::firstDifference(ours.canvas, theirs), -1)
+                << name << " w " << w << " k " << k << " divisor " << divisor << " scale " << scale;
+            ASSERT_EQ(zt::firstGuardChange(ours.canvas, before), -1) << name << " w " << w;
+        }
+    }
+}
+
+TEST(ColumnPipeline, PairedProductsAgreeWithScalarDefinition) {
+    for (int bound : {256, 4000, 32768}) {
+        expectColumnPairsAgree<int16_t, uint8_t, 1>("16s8u_C1R", bound);
+        expectColumnPairsAgree<int16_t, uint8_t, 3>("16s8u_C3R", bound);
+        expectColumnPairsAgree<int16_t, int8_t, 1>("16s8s_C1R", bound);
+        expectColumnPairsAgree<int16_t, int8_t, 3>("16s8s_C3R", bound);
+        expectColumnPairsAgree<int16_t, int16_t, 1>("16s_C1R", bound);
+        expectColumnPairsAgree<int16_t, int16_t, 3>("16s_C3R", bound);
+    }
+    expectColumnPairsAgree<uint16_t, uint16_t, 1>("16u_C1R", 32768);
+    expectColumnPairsAgree<uint16_t, uint16_t, 3>("16u_C3R", 32768);
+}
+
 // ---- Rules: worked examples ----
 
 TEST(PipelineRules, IntegerRowRoundsTiesToEvenAndSaturates) {
