@@ -96,21 +96,6 @@ void streamRow(uint8_t* dst, const uint8_t* src, int64_t bytes) {
 
 namespace {
 
-template <class T>
-constexpr int typeCode() {
-    return std::is_same_v<T, uint8_t>    ? zep8u
-           : std::is_same_v<T, uint16_t> ? zep16u
-           : std::is_same_v<T, int16_t>  ? zep16s
-                                         : zep32f;
-}
-
-// The element types the filter of T runs on.
-template <class T>
-using InterOf = std::conditional_t<std::is_same_v<T, uint8_t>, int16_t, T>;
-template <class T>
-using TapOf = std::conditional_t<std::is_same_v<T, float>, float,
-                                 std::conditional_t<std::is_same_v<T, uint16_t>, uint16_t, int16_t>>;
-
 // Checks shared by both families after their pointer, step and size checks:
 // a spec that was never initialised (kernel size below 3 or even, or no
 // divisor; zeroed memory is the common case) is a no-op that returns

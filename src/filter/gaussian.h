@@ -5,10 +5,28 @@
 
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 #include "filter/pipeline.h"
 
 namespace zep::filter {
+
+// The data-type code of the filter of T, as its spec records it.
+template <class T>
+constexpr int typeCode() {
+    return std::is_same_v<T, uint8_t>    ? zep8u
+           : std::is_same_v<T, uint16_t> ? zep16u
+           : std::is_same_v<T, int16_t>  ? zep16s
+                                         : zep32f;
+}
+
+// The element types the filter of T runs on: its ring of rows and its taps.
+template <class T>
+using InterOf = std::conditional_t<std::is_same_v<T, uint8_t>, int16_t, T>;
+template <class T>
+using TapOf = std::conditional_t<std::is_same_v<T, float>, float,
+                                 std::conditional_t<std::is_same_v<T, uint16_t>, uint16_t, int16_t>>;
+
 
 // The spec's fixed fields, in order; the taps follow from the first 16-byte
 // aligned position behind them (16-bit integers, or floats for 32f).

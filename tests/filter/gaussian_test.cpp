@@ -22,18 +22,9 @@ namespace {
 using zep::Path;
 using zt::Image;
 
-template <class T>
-constexpr int typeCode() {
-    return std::is_same_v<T, uint8_t>    ? zep8u
-           : std::is_same_v<T, uint16_t> ? zep16u
-           : std::is_same_v<T, int16_t>  ? zep16s
-                                         : zep32f;
-}
-template <class T>
-using InterOf = std::conditional_t<std::is_same_v<T, uint8_t>, int16_t, T>;
-template <class T>
-using TapOf = std::conditional_t<std::is_same_v<T, float>, float,
-                                 std::conditional_t<std::is_same_v<T, uint16_t>, uint16_t, int16_t>>;
+using zep::filter::InterOf;
+using zep::filter::TapOf;
+using zep::filter::typeCode;
 
 // The definition of the filter over a whole image: every extended row through
 // the scalar row pass, then the scalar column pass over all of them at once.
