@@ -37,12 +37,16 @@ struct ImageRole {
     int stepGroup;
 };
 
-struct Breaker {
+// A breaker spoils one argument of a call described by Args.
+template <class Args>
+struct BreakerOf {
     std::string what;
     int field;  // breakers of the same field are not combined
-    std::function<void(CallArgs&)> apply;
+    std::function<void(Args&)> apply;
     ZepStatus expected;
 };
+
+using Breaker = BreakerOf<CallArgs>;
 
 // Null pointers, then the ROI, then each step group (sizes, then multiples).
 inline std::vector<Breaker> standardBreakers(const std::vector<ImageRole>& roles, ImageSize roi) {
@@ -72,25 +76,31 @@ inline std::vector<Breaker> standardBreakers(const std::vector<ImageRole>& roles
     return b;
 }
 
-// Runs every breaker alone and every pair of breakers; `images` are the
-// canvases behind `valid`, all of which must stay byte-identical.
-inline void expectCheckOrder(const std::string& name, const CallArgs& valid, const Caller& call,
-                             const std::vector<Breaker>& breakers, const std::vector<const Canvas*>& images) {
+// Runs the valid call once (it must not fail), then every breaker alone and
+// every pair of breakers; the canvases in `watched` must stay byte-identical
+// through every failing call.
+template <class Args, class Call>
+void expectOrder(const std::string& name, const Args& valid, const Call& call,
+                 const std::vector<BreakerOf<Args>>& breakers, const std::vector<const Canvas*>& watched) {
+    {
+        Args a = valid;
+        ASSERT_GE(call(a), zepStsOk) << name << ": the valid call fails";
+    }
     std::vector<std::vector<uint8_t>> before;
-    for (const Canvas* c : images) before.push_back(c->bytes());
+    for (const Canvas* c : watched) before.push_back(c->bytes());
     auto untouched = [&] {
-        for (size_t k = 0; k < images.size(); ++k)
-            if (images[k]->bytes() != before[k]) return false;
+        for (size_t k = 0; k < watched.size(); ++k)
+            if (watched[k]->bytes() != before[k]) return false;
         return true;
     };
     for (size_t i = 0; i < breakers.size(); ++i) {
-        CallArgs a = valid;
+        Args a = valid;
         breakers[i].apply(a);
         EXPECT_EQ(call(a), breakers[i].expected) << name << ": " << breakers[i].what;
         ASSERT_TRUE(untouched()) << name << ": " << breakers[i].what << " wrote output";
         for (size_t j = i + 1; j < breakers.size(); ++j) {
             if (breakers[j].field == breakers[i].field) continue;
-            CallArgs ab = valid;
+            Args ab = valid;
             breakers[j].apply(ab);
             breakers[i].apply(ab);
             EXPECT_EQ(call(ab), breakers[i].expected)
@@ -98,6 +108,12 @@ inline void expectCheckOrder(const std::string& name, const CallArgs& valid, con
             ASSERT_TRUE(untouched()) << name << ": " << breakers[i].what << " with " << breakers[j].what;
         }
     }
+}
+
+// The same for calls described by CallArgs (images in argument order).
+inline void expectCheckOrder(const std::string& name, const CallArgs& valid, const Caller& call,
+                             const std::vector<Breaker>& breakers, const std::vector<const Canvas*>& images) {
+    expectOrder(name, valid, call, breakers, images);
 }
 
 }  // namespace zt

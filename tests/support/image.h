@@ -64,6 +64,10 @@ private:
     uint8_t* first_ = nullptr;
 };
 
+// A work buffer of `bytes` bytes at a misaligned address, ending at an
+// inaccessible page.
+inline Canvas bufferOf(int64_t bytes, int64_t misalign = 13) { return Canvas(bytes, 1, bytes, misalign); }
+
 // Values for random images: integers over their full range; floats mostly
 // moderate, with NaN, infinities, -0, zeros and tiny values mixed in when
 // `specials` is set.
