@@ -89,18 +89,39 @@ Moments momentsScalar(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi
 template <class T, bool Squares>
 struct RowSums;
 
+// Exact integer totals of a row in eight 64-bit lanes, converted to double
+// and added to the image's totals once a row.
+template <bool Squares>
+struct IntegerTotals {
+    __m512i sum = _mm512_setzero_si512(), sq = _mm512_setzero_si512();
+
+    void row(Moments& m) {
+        m.sum += static_cast<double>(static_cast<uint64_t>(_mm512_reduce_add_epi64(sum)));
+        sum = _mm512_setzero_si512();
+        if constexpr (Squares) {
+            m.sumSq += static_cast<double>(static_cast<uint64_t>(_mm512_reduce_add_epi64(sq)));
+            sq = _mm512_setzero_si512();
+        }
+    }
+};
+
+// Sixteen unsigned 32-bit lanes added into eight 64-bit lanes.
+inline __m512i addWidened(__m512i lanes64, __m512i lanes32) {
+    return _mm512_add_epi64(lanes64, _mm512_add_epi64(_mm512_cvtepu32_epi64(_mm512_castsi512_si256(lanes32)),
+                                                      _mm512_cvtepu32_epi64(_mm512_extracti64x4_epi64(lanes32, 1))));
+}
+
 // 8u: sums by SAD against zero into eight 64-bit lanes; squares of the even
 // and odd bytes of each 16-bit lane apart, multiply-added in pairs into
 // sixteen 32-bit lanes (at most 4 * 255^2 = 260100 a lane a block), moved to
 // 64-bit lanes at the end of each span of 2^14 blocks (kSpan pixels).
 template <bool Squares>
-struct RowSums<uint8_t, Squares> {
-    __m512i sum = _mm512_setzero_si512(), sq = _mm512_setzero_si512();
+struct RowSums<uint8_t, Squares> : IntegerTotals<Squares> {
     __m512i sqEven = _mm512_setzero_si512(), sqOdd = _mm512_setzero_si512();
 
     template <class Dense>
     void block(__m512i v, uint64_t, Dense) {
-        sum = _mm512_add_epi64(sum, _mm512_sad_epu8(v, _mm512_setzero_si512()));
+        this->sum = _mm512_add_epi64(this->sum, _mm512_sad_epu8(v, _mm512_setzero_si512()));
         if constexpr (Squares) {
             const __m512i even = _mm512_and_si512(v, _mm512_set1_epi16(0x00FF));
             // The odd bytes moved down by a byte shuffle, which runs beside the multiplies.
@@ -113,17 +134,8 @@ struct RowSums<uint8_t, Squares> {
     void span() {
         if constexpr (Squares) {
             const __m512i sq32 = _mm512_add_epi32(sqEven, sqOdd);
-            sq = _mm512_add_epi64(sq, _mm512_add_epi64(_mm512_cvtepu32_epi64(_mm512_castsi512_si256(sq32)),
-                                                       _mm512_cvtepu32_epi64(_mm512_extracti64x4_epi64(sq32, 1))));
+            this->sq = addWidened(this->sq, sq32);
             sqEven = sqOdd = _mm512_setzero_si512();
-        }
-    }
-    void row(Moments& m) {
-        m.sum += static_cast<double>(static_cast<uint64_t>(_mm512_reduce_add_epi64(sum)));
-        sum = _mm512_setzero_si512();
-        if constexpr (Squares) {
-            m.sumSq += static_cast<double>(static_cast<uint64_t>(_mm512_reduce_add_epi64(sq)));
-            sq = _mm512_setzero_si512();
         }
     }
 };
@@ -133,8 +145,8 @@ struct RowSums<uint8_t, Squares> {
 // end of each span of 2^15 blocks), squares by 32x32->64-bit products into eight 64-bit lanes
 // (at most 2^34 a lane a block: no overflow within a row of 2^31 pixels).
 template <bool Squares>
-struct RowSums<uint16_t, Squares> {
-    __m512i sum = _mm512_setzero_si512(), sum32 = _mm512_setzero_si512(), sq = _mm512_setzero_si512();
+struct RowSums<uint16_t, Squares> : IntegerTotals<Squares> {
+    __m512i sum32 = _mm512_setzero_si512();
 
     template <class Dense>
     void block(__m512i v, uint64_t, Dense) {
@@ -145,21 +157,12 @@ struct RowSums<uint16_t, Squares> {
             const __m512i even2 = _mm512_srli_epi64(even, 32), odd2 = _mm512_srli_epi64(odd, 32);
             const __m512i a = _mm512_add_epi64(_mm512_mul_epu32(even, even), _mm512_mul_epu32(odd, odd));
             const __m512i b = _mm512_add_epi64(_mm512_mul_epu32(even2, even2), _mm512_mul_epu32(odd2, odd2));
-            sq = _mm512_add_epi64(sq, _mm512_add_epi64(a, b));
+            this->sq = _mm512_add_epi64(this->sq, _mm512_add_epi64(a, b));
         }
     }
     void span() {
-        sum = _mm512_add_epi64(sum, _mm512_add_epi64(_mm512_cvtepu32_epi64(_mm512_castsi512_si256(sum32)),
-                                                     _mm512_cvtepu32_epi64(_mm512_extracti64x4_epi64(sum32, 1))));
+        this->sum = addWidened(this->sum, sum32);
         sum32 = _mm512_setzero_si512();
-    }
-    void row(Moments& m) {
-        m.sum += static_cast<double>(static_cast<uint64_t>(_mm512_reduce_add_epi64(sum)));
-        sum = _mm512_setzero_si512();
-        if constexpr (Squares) {
-            m.sumSq += static_cast<double>(static_cast<uint64_t>(_mm512_reduce_add_epi64(sq)));
-            sq = _mm512_setzero_si512();
-        }
     }
 };
 
