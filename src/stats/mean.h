@@ -140,29 +140,57 @@ struct RowSums<uint8_t, Squares> : IntegerTotals<Squares> {
     }
 };
 
-// 16u: the even and odd pixels of each 32-bit lane apart; sums in sixteen
-// 32-bit lanes (at most 131070 a lane a block, moved to 64-bit lanes at the
-// end of each span of 2^15 blocks), squares by 32x32->64-bit products into eight 64-bit lanes
-// (at most 2^34 a lane a block: no overflow within a row of 2^31 pixels).
+// 16u: each pixel x enters as y = x - 32768 (the top bit flipped), a signed
+// 16-bit lane, so that one multiply-add gives y_a^2 + y_b^2 per pair of lanes
+// and another y_a + y_b. The pair of squares is at most 2^31: exact as an
+// unsigned 32-bit lane. The sixteen lanes are added as eight 64-bit lanes as
+// they stand (low dword + 2^32 * high dword, modulo 2^64) while the high
+// dwords are totalled apart: at the end of the row, the total less 2^32 times
+// the high total is the total of the low dwords, to which the high total adds.
+// The pair sums stay in sixteen 32-bit lanes for a span of at most 2^15 blocks
+// (|total| <= 2^31). Unused lanes hold y = 0. From the row's count n:
+// sum x = sum y + 32768 n and sum x^2 = sum y^2 + 65536 sum y + 2^30 n.
 template <bool Squares>
-struct RowSums<uint16_t, Squares> : IntegerTotals<Squares> {
-    __m512i sum32 = _mm512_setzero_si512();
+struct RowSums<uint16_t, Squares> {
+    __m512i sum64 = _mm512_setzero_si512(), sum32 = _mm512_setzero_si512();
+    __m512i sq = _mm512_setzero_si512(), sqHigh = _mm512_setzero_si512();
+    int64_t count = 0;
 
     template <class Dense>
-    void block(__m512i v, uint64_t, Dense) {
-        const __m512i even = _mm512_and_si512(v, _mm512_set1_epi32(0xFFFF));
-        const __m512i odd = _mm512_srli_epi32(v, 16);
-        sum32 = _mm512_add_epi32(sum32, _mm512_add_epi32(even, odd));
+    void block(__m512i v, uint64_t lanes, Dense) {
+        const __m512i flip = _mm512_set1_epi16(int16_t(0x8000));
+        __m512i y;
+        if constexpr (Dense::value) {
+            y = _mm512_xor_si512(v, flip);
+            count += 32;
+        } else {
+            y = _mm512_maskz_sub_epi16(static_cast<__mmask32>(lanes), v, flip);  // x - 2^15 mod 2^16
+            count += __builtin_popcountll(lanes);
+        }
+        sum32 = _mm512_add_epi32(sum32, _mm512_madd_epi16(y, _mm512_set1_epi16(1)));
         if constexpr (Squares) {
-            const __m512i even2 = _mm512_srli_epi64(even, 32), odd2 = _mm512_srli_epi64(odd, 32);
-            const __m512i a = _mm512_add_epi64(_mm512_mul_epu32(even, even), _mm512_mul_epu32(odd, odd));
-            const __m512i b = _mm512_add_epi64(_mm512_mul_epu32(even2, even2), _mm512_mul_epu32(odd2, odd2));
-            this->sq = _mm512_add_epi64(this->sq, _mm512_add_epi64(a, b));
+            const __m512i pairs = _mm512_madd_epi16(y, y);
+            sq = _mm512_add_epi64(sq, pairs);
+            sqHigh = _mm512_add_epi64(sqHigh, _mm512_srli_epi64(pairs, 32));
         }
     }
     void span() {
-        this->sum = addWidened(this->sum, sum32);
+        sum64 = _mm512_add_epi64(sum64, _mm512_add_epi64(_mm512_cvtepi32_epi64(_mm512_castsi512_si256(sum32)),
+                                                         _mm512_cvtepi32_epi64(_mm512_extracti64x4_epi64(sum32, 1))));
         sum32 = _mm512_setzero_si512();
+    }
+    void row(Moments& m) {
+        const auto n = static_cast<uint64_t>(count);
+        const auto sumY = static_cast<uint64_t>(_mm512_reduce_add_epi64(sum64));  // modulo 2^64
+        m.sum += static_cast<double>(sumY + (n << 15));
+        if constexpr (Squares) {
+            const auto low = static_cast<uint64_t>(_mm512_reduce_add_epi64(sq));
+            const auto high = static_cast<uint64_t>(_mm512_reduce_add_epi64(sqHigh));
+            const uint64_t sumY2 = low - (high << 32) + high;  // the low dwords, then the high ones
+            m.sumSq += static_cast<double>(sumY2 + (sumY << 16) + (n << 30));
+        }
+        sum64 = sq = sqHigh = _mm512_setzero_si512();
+        count = 0;
     }
 };
 
