@@ -94,6 +94,9 @@ def main():
         "Median of three runs. *zepCV / OpenCV* below 1 means zepCV is faster. *Share of memcpy bandwidth* is",
         "the time memcpy takes to read and write as many bytes as the export reads and writes, divided by the",
         "export's time: 100% means the export moves its bytes as fast as memcpy.",
+        "Rows named Floor_* time the least work that moves an export family's bytes (a read loop, or",
+        "acc += src), beside the OpenCV function that family is compared with: no implementation of the",
+        "job can be faster than its floor on this machine.",
         "",
     ]
     with open(args.out, "w") as f:
