@@ -20,6 +20,14 @@ inline __mmask64 firstLanes64(int n) {
     return n >= 64 ? ~__mmask64{0} : static_cast<__mmask64>((uint64_t{1} << n) - 1u);
 }
 
+// The total of eight 64-bit lanes modulo 2^64 (the intrinsic's reduction adds
+// signed lanes, which must not wrap).
+inline uint64_t totalOfLanes64(__m512i v) {
+    const __m256i a = _mm256_add_epi64(_mm512_castsi512_si256(v), _mm512_extracti64x4_epi64(v, 1));
+    const __m128i b = _mm_add_epi64(_mm256_castsi256_si128(a), _mm256_extracti128_si256(a, 1));
+    return static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_add_epi64(b, _mm_unpackhi_epi64(b, b))));
+}
+
 // Sixteen elements widened exactly to single precision.
 inline __m512 loadAsFloat(const uint8_t* p) {
     return _mm512_cvtepi32_ps(_mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))));

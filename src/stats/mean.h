@@ -96,10 +96,10 @@ struct IntegerTotals {
     __m512i sum = _mm512_setzero_si512(), sq = _mm512_setzero_si512();
 
     void row(Moments& m) {
-        m.sum += static_cast<double>(static_cast<uint64_t>(_mm512_reduce_add_epi64(sum)));
+        m.sum += static_cast<double>(simd::totalOfLanes64(sum));
         sum = _mm512_setzero_si512();
         if constexpr (Squares) {
-            m.sumSq += static_cast<double>(static_cast<uint64_t>(_mm512_reduce_add_epi64(sq)));
+            m.sumSq += static_cast<double>(simd::totalOfLanes64(sq));
             sq = _mm512_setzero_si512();
         }
     }
@@ -181,11 +181,11 @@ struct RowSums<uint16_t, Squares> {
     }
     void row(Moments& m) {
         const auto n = static_cast<uint64_t>(count);
-        const auto sumY = static_cast<uint64_t>(_mm512_reduce_add_epi64(sum64));  // modulo 2^64
+        const uint64_t sumY = simd::totalOfLanes64(sum64);  // modulo 2^64
         m.sum += static_cast<double>(sumY + (n << 15));
         if constexpr (Squares) {
-            const auto low = static_cast<uint64_t>(_mm512_reduce_add_epi64(sq));
-            const auto high = static_cast<uint64_t>(_mm512_reduce_add_epi64(sqHigh));
+            const uint64_t low = simd::totalOfLanes64(sq);
+            const uint64_t high = simd::totalOfLanes64(sqHigh);
             const uint64_t sumY2 = low - (high << 32) + high;  // the low dwords, then the high ones
             m.sumSq += static_cast<double>(sumY2 + (sumY << 16) + (n << 30));
         }
