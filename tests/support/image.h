@@ -4,12 +4,15 @@
 // faults and writing past it shows in the guard bytes.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <zepcv.h>
 
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <deque>
 #include <limits>
 #include <random>
 #include <stdexcept>
@@ -157,10 +160,46 @@ inline int64_t firstGuardChange(const Canvas& c, const std::vector<uint8_t>& bef
     return -1;
 }
 
+// Runs `ours` on the regions of `outs` and `definition` on copies of them made
+// before, each given the first bytes of the regions. Both must succeed, ours
+// must leave every byte outside the regions as it was, and the two must agree
+// byte for byte (NaNs of 32f regions only by class when `floatNaNs` is set).
+template <class Ours, class Definition>
+::testing::AssertionResult agreeOn(const std::vector<const Canvas*>& outs, Ours&& ours, Definition&& definition,
+                                   bool floatNaNs = false) {
+    std::deque<Canvas> copies;
+    std::vector<std::vector<uint8_t>> before;
+    std::vector<uint8_t*> mine, theirs;
+    for (const Canvas* c : outs) {
+        before.push_back(c->bytes());
+        mine.push_back(c->first());
+        theirs.push_back(copies.emplace_back(*c).first());
+    }
+    if (const ZepStatus s = ours(mine.data()); s != zepStsOk) return ::testing::AssertionFailure() << "status " << s;
+    if (const ZepStatus s = definition(theirs.data()); s != zepStsOk)
+        return ::testing::AssertionFailure() << "definition status " << s;
+    for (size_t i = 0; i < outs.size(); ++i) {
+        if (const int64_t at = firstGuardChange(*outs[i], before[i]); at >= 0)
+            return ::testing::AssertionFailure() << "output " << i << " changed outside its region at byte " << at;
+        if (floatNaNs) canonicalizeNaNs(*outs[i]), canonicalizeNaNs(copies[i]);
+        if (const int64_t at = firstDifference(*outs[i], copies[i]); at >= 0)
+            return ::testing::AssertionFailure() << "output " << i << " differs from the definition at byte " << at;
+    }
+    return ::testing::AssertionSuccess();
+}
+
+// The same for one output image; the calls get its first pixel.
+template <class T, class Ours, class Definition>
+::testing::AssertionResult agree(const Image<T>& out, Ours&& ours, Definition&& definition, bool floatNaNs = false) {
+    return agreeOn(
+        {&out.canvas}, [&](uint8_t* const* o) { return ours(reinterpret_cast<T*>(o[0])); },
+        [&](uint8_t* const* o) { return definition(reinterpret_cast<T*>(o[0])); }, floatNaNs);
+}
+
 // Widths around every block size of 16, 32 and 64 lanes, and a few wide rows.
 inline const std::vector<int>& sweepWidths() {
-    static const std::vector<int> w = {1,  2,  3,  4,  5,  7,  8,   13,  15,  16,  17,  31,  32,  33,
-                                       47, 48, 49, 63, 64, 65, 95,  96,  97,  127, 128, 129, 200, 257};
+    static const std::vector<int> w = {1,  2,  3,  4,  5,  7,  8,  13, 15, 16,  17,  31,  32,  33,
+                                       47, 48, 49, 63, 64, 65, 95, 96, 97, 127, 128, 129, 200, 257};
     return w;
 }
 
