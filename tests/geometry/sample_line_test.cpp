@@ -101,12 +101,12 @@ void checkOrder(const char* name) {
     b.push_back({"x = width", 60, [](CallArgs& a) { a.param[2] = a.roi.width; }, zepStsOutOfRange});
     b.push_back({"negative y", 61, [](CallArgs& a) { a.param[1] = -1; }, zepStsOutOfRange});
     b.push_back({"y = height", 62, [](CallArgs& a) { a.param[3] = a.roi.height; }, zepStsOutOfRange});
-    zt::expectCheckOrder(name, {{src.data(), dst.data()}, {src.step()}, roi, {0, 0, 5, 3}},
-                         [](const CallArgs& a) {
-                             return F(static_cast<const T*>(a.ptr[0]), a.step[0], a.roi, static_cast<T*>(a.ptr[1]),
-                                      {int(a.param[0]), int(a.param[1])}, {int(a.param[2]), int(a.param[3])});
-                         },
-                         b, {&src.canvas, &dst.canvas});
+    zt::expectOrder(name, {{src.data(), dst.data()}, {src.step()}, roi, {0, 0, 5, 3}},
+                    [](const CallArgs& a) {
+                        return F(static_cast<const T*>(a.ptr[0]), a.step[0], a.roi, static_cast<T*>(a.ptr[1]),
+                                 {int(a.param[0]), int(a.param[1])}, {int(a.param[2]), int(a.param[3])});
+                    },
+                    b, {&src.canvas, &dst.canvas});
 }
 
 TEST(SampleLine, CheckOrder) {
