@@ -18,53 +18,46 @@ using zep::arith::Acc;
 using zt::CallArgs;
 using zt::Image;
 
-// The full argument set of an accumulation; each form reads what it has.
-struct AccArgs {
-    const void* src1;
-    int src1Step;
-    const void* src2;
-    int src2Step;
-    const uint8_t* mask;
-    int maskStep;
-    float* acc;
-    int accStep;
-    ImageSize roi;
-    float alpha;
-};
-
 struct AccCase {
     std::string name;
     Acc op;
     bool masked;
     int srcBytes;
-    ZepStatus (*exported)(const AccArgs&);
-    ZepStatus (*scalar)(const AccArgs&);
+    zt::Caller exported, scalar;
 };
 
-// Calls export F in the argument layout of its form.
+// The calls take their images in argument order (sources, mask, accumulator)
+// and alpha as the parameter; unmasked forms read no mask, and forms of one
+// source no second one.
 template <Acc Op, bool Masked, class Src, auto F>
-ZepStatus callExport(const AccArgs& a) {
-    const auto* s1 = static_cast<const Src*>(a.src1);
-    const auto* s2 = static_cast<const Src*>(a.src2);
+ZepStatus callExport(const CallArgs& a) {
+    const auto* s1 = static_cast<const Src*>(a.ptr[0]);
+    const auto* s2 = static_cast<const Src*>(a.ptr[1]);
+    const auto* mask = static_cast<const uint8_t*>(a.ptr[Op == Acc::product ? 2 : 1]);
+    const int ms = a.step[Op == Acc::product ? 2 : 1];
+    auto* acc = static_cast<float*>(a.ptr.back());
+    const int as = a.step.back();
     if constexpr (Op == Acc::product && Masked)
-        return F(s1, a.src1Step, s2, a.src2Step, a.mask, a.maskStep, a.acc, a.accStep, a.roi);
+        return F(s1, a.step[0], s2, a.step[1], mask, ms, acc, as, a.roi);
     else if constexpr (Op == Acc::product)
-        return F(s1, a.src1Step, s2, a.src2Step, a.acc, a.accStep, a.roi);
+        return F(s1, a.step[0], s2, a.step[1], acc, as, a.roi);
     else if constexpr (Op == Acc::weighted && Masked)
-        return F(s1, a.src1Step, a.mask, a.maskStep, a.acc, a.accStep, a.roi, a.alpha);
+        return F(s1, a.step[0], mask, ms, acc, as, a.roi, float(a.param[0]));
     else if constexpr (Op == Acc::weighted)
-        return F(s1, a.src1Step, a.acc, a.accStep, a.roi, a.alpha);
+        return F(s1, a.step[0], acc, as, a.roi, float(a.param[0]));
     else if constexpr (Masked)
-        return F(s1, a.src1Step, a.mask, a.maskStep, a.acc, a.accStep, a.roi);
+        return F(s1, a.step[0], mask, ms, acc, as, a.roi);
     else
-        return F(s1, a.src1Step, a.acc, a.accStep, a.roi);
+        return F(s1, a.step[0], acc, as, a.roi);
 }
 
 template <Acc Op, bool Masked, class Src>
-ZepStatus callScalar(const AccArgs& a) {
+ZepStatus callScalar(const CallArgs& a) {
+    const int m = Op == Acc::product ? 2 : 1;
     return zep::arith::accumulateImage<Path::scalar, Op, Masked, Src>(
-        static_cast<const Src*>(a.src1), a.src1Step, static_cast<const Src*>(a.src2), a.src2Step, a.mask, a.maskStep,
-        a.acc, a.accStep, a.roi, a.alpha);
+        static_cast<const Src*>(a.ptr[0]), a.step[0], static_cast<const Src*>(a.ptr[1]), a.step[1],
+        static_cast<const uint8_t*>(a.ptr[m]), a.step[m], static_cast<float*>(a.ptr.back()), a.step.back(), a.roi,
+        float(a.param[0]));
 }
 
 template <Acc Op, bool Masked, class Src, auto F>
@@ -101,36 +94,24 @@ const std::vector<AccCase>& accCases() {
     return cases;
 }
 
-// Random sources, mask and accumulator for one case at one size.
-struct AccImages {
-    Image<uint8_t> src1, src2, mask;
-    Image<float> acc;
+// The images of a form in argument order, with their element sizes and step
+// groups: sources, then mask and accumulator.
+CallArgs formArgs(const AccCase& c, const void* src1, int s1, const void* src2, int s2, const void* mask, int ms,
+                  float* acc, int as, ImageSize roi, float alpha) {
+    CallArgs a{{const_cast<void*>(src1)}, {s1}, roi, {alpha}};
+    if (c.op == Acc::product) a.ptr.push_back(const_cast<void*>(src2)), a.step.push_back(s2);
+    if (c.masked) a.ptr.push_back(const_cast<void*>(mask)), a.step.push_back(ms);
+    a.ptr.push_back(acc), a.step.push_back(as);
+    return a;
+}
 
-    AccImages(std::mt19937& rng, const AccCase& c, int w, int h)
-        : src1(rng, w * c.srcBytes, h, 1, false, c.srcBytes),
-          src2(rng, w * c.srcBytes, h, 1, false, c.srcBytes),
-          mask(rng, w, h),
-          acc(rng, w, h) {
-        // Source canvases are byte images wide enough for any element type;
-        // re-fill 32f sources with values that include NaN, inf and -0.
-        if (c.srcBytes == 4)
-            for (auto* s : {&src1, &src2})
-                for (int y = 0; y < h; ++y)
-                    for (int x = 0; x < w; ++x)
-                        reinterpret_cast<float*>(s->at(y))[x] = zt::randomValue<float>(rng, true);
-        const uint32_t density = rng() % 4;  // none, sparse, dense, all
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x)
-                mask.at(y)[x] = density == 0   ? 0
-                                : density == 3 ? uint8_t(1 + rng() % 255)
-                                               : (rng() % 3 < density ? uint8_t(rng() | 1) : 0);
-    }
-
-    AccArgs args(ImageSize roi, float alpha) {
-        return {src1.data(), src1.step(), src2.data(), src2.step(), mask.data(),
-                mask.step(), acc.data(),  acc.step(),  roi,         alpha};
-    }
-};
+std::vector<zt::ImageRole> formRoles(const AccCase& c) {
+    std::vector<zt::ImageRole> roles = {{c.srcBytes, 1, 0}};
+    if (c.op == Acc::product) roles.push_back({c.srcBytes, 1, 0});
+    if (c.masked) roles.push_back({1, 1, 1});
+    roles.push_back({4, 1, 1});
+    return roles;
+}
 
 TEST(Accumulate, VectorPathAgreesWithScalarDefinition) {
     std::mt19937 rng(20171);
@@ -138,16 +119,18 @@ TEST(Accumulate, VectorPathAgreesWithScalarDefinition) {
     for (const AccCase& c : accCases()) {
         for (int w : zt::sweepWidths()) {
             for (int h : {1, 3}) {
-                AccImages img(rng, c, w, h);
+                const Image<uint8_t> src1 = zt::makeSource(rng, c.srcBytes, 1, w, h, zt::Values::random),
+                                     src2 = zt::makeSource(rng, c.srcBytes, 1, w, h, zt::Values::random),
+                                     mask = zt::makeMask(rng, w, h, zt::kDensities[rng() % 5]);
+                const Image<float> acc(rng, w, h);
                 const float alpha = alphas[rng() % 6];
-                auto on = [&](auto f) {
-                    return [&, f](float* acc) {
-                        AccArgs a = img.args({w, h}, alpha);
-                        a.acc = acc;
-                        return f(a);
+                auto on = [&](const zt::Caller& f) {
+                    return [&](float* out) {
+                        return f(formArgs(c, src1.data(), src1.step(), src2.data(), src2.step(), mask.data(),
+                                          mask.step(), out, acc.step(), {w, h}, alpha));
                     };
                 };
-                ASSERT_TRUE(zt::agree(img.acc, on(c.exported), on(c.scalar), true))
+                ASSERT_TRUE(zt::agree(acc, on(c.exported), on(c.scalar), true))
                     << c.name << " width " << w << " height " << h << " alpha " << alpha;
             }
         }
@@ -155,40 +138,7 @@ TEST(Accumulate, VectorPathAgreesWithScalarDefinition) {
 }
 
 TEST(Accumulate, CheckOrder) {
-    std::mt19937 rng(7);
-    const ImageSize roi{5, 3};
-    for (const AccCase& c : accCases()) {
-        AccImages img(rng, c, roi.width, roi.height);
-        // Images in argument order with their step groups: sources, then mask and accumulator.
-        std::vector<zt::ImageRole> roles = {{c.srcBytes, 1, 0}};
-        CallArgs valid{{img.src1.data()}, {img.src1.step()}, roi, {}};
-        if (c.op == Acc::product) {
-            roles.push_back({c.srcBytes, 1, 0});
-            valid.ptr.push_back(img.src2.data());
-            valid.step.push_back(img.src2.step());
-        }
-        if (c.masked) {
-            roles.push_back({1, 1, 1});
-            valid.ptr.push_back(img.mask.data());
-            valid.step.push_back(img.mask.step());
-        }
-        roles.push_back({4, 1, 1});
-        valid.ptr.push_back(img.acc.data());
-        valid.step.push_back(img.acc.step());
-        const bool two = c.op == Acc::product;
-        auto call = [&c, two](const CallArgs& v) {
-            size_t k = 0;
-            AccArgs a{};
-            a.src1 = v.ptr[k], a.src1Step = v.step[k++];
-            if (two) a.src2 = v.ptr[k], a.src2Step = v.step[k++];
-            if (c.masked) a.mask = static_cast<const uint8_t*>(v.ptr[k]), a.maskStep = v.step[k++];
-            a.acc = static_cast<float*>(v.ptr[k]), a.accStep = v.step[k];
-            a.roi = v.roi, a.alpha = 0.5f;
-            return c.exported(a);
-        };
-        zt::expectOrder(c.name, valid, call, zt::standardBreakers(roles, roi),
-                        {&img.acc.canvas, &img.src1.canvas, &img.mask.canvas});
-    }
+    for (const AccCase& c : accCases()) zt::expectRoleOrder(c.name, formRoles(c), {5, 3}, c.exported, {}, {0.5});
 }
 
 TEST(Accumulate, AddWeightedNotInPlaceAgreesAndChecksItsThreeStepsTogether) {
@@ -226,7 +176,7 @@ TEST(Accumulate, MaskedOffPixelsKeepFiniteAccumulatorsButInfinityMakesNaN) {
         const float finite[4] = {100.0f, -3.0f, 0.5f, 1.0e15f};
         if (c.srcBytes == 4) src = finite;
         std::copy(keep, keep + 4, acc);
-        ASSERT_EQ(c.exported({src, 16, src, 16, zeros, 4, acc, 16, roi, 0.75f}), zepStsOk);
+        ASSERT_EQ(c.exported(formArgs(c, src, 16, src, 16, zeros, 4, acc, 16, roi, 0.75f)), zepStsOk);
         EXPECT_EQ(std::memcmp(acc, keep, sizeof acc), 0) << c.name;
     }
     // The mask is applied arithmetically: inf * 0 is NaN.
@@ -305,16 +255,8 @@ TEST(AccumulatePeers, OpenCVAccumulateFamily) {
         const cv::Mat& src = c.srcBytes == 1 ? src8 : c.srcBytes == 2 ? src16 : src32;
         const cv::Mat m = c.masked ? mask : cv::Mat();
         cv::Mat ours = base.clone(), theirs = base.clone();
-        ASSERT_EQ(c.exported({src.data,
-                              int(src.step),
-                              src.data,
-                              int(src.step),
-                              mask.data,
-                              int(mask.step),
-                              ours.ptr<float>(),
-                              int(ours.step),
-                              {w, h},
-                              0.2f}),
+        ASSERT_EQ(c.exported(formArgs(c, src.data, int(src.step), src.data, int(src.step), mask.data, int(mask.step),
+                                      ours.ptr<float>(), int(ours.step), {w, h}, 0.2f)),
                   zepStsOk)
             << c.name;
         if (c.op == Acc::add) cv::accumulate(src, theirs, m);

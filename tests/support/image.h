@@ -132,6 +132,62 @@ private:
     }
 };
 
+// Mask densities: no pixel, exactly one pixel, about a tenth, about nine
+// tenths, every pixel.
+enum class Density { none, one, sparse, dense, all };
+inline constexpr Density kDensities[] = {Density::none, Density::one, Density::sparse, Density::dense, Density::all};
+
+inline void fillMask(std::mt19937& rng, const Image<uint8_t>& m, Density d) {
+    const int w = m.width, h = m.height;
+    const int64_t pick = static_cast<int64_t>(rng() % (static_cast<uint32_t>(w) * static_cast<uint32_t>(h)));
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const bool on = d == Density::all || (d == Density::one && int64_t{y} * w + x == pick) ||
+                            (d == Density::sparse && rng() % 10 == 0) || (d == Density::dense && rng() % 10 != 0);
+            m.at(y)[x] = on ? static_cast<uint8_t>(1 + rng() % 255) : 0;
+        }
+}
+
+inline Image<uint8_t> makeMask(std::mt19937& rng, int w, int h, Density d) {
+    Image<uint8_t> m(rng, w, h);
+    fillMask(rng, m, d);
+    return m;
+}
+
+// Source values: full-range integers, floats with NaN, infinities, -0 and
+// denormals (random); floats in -1000..1000 (moderate) or spread over
+// 2^-60..2^44 with both signs (wide), whose sums round so that the order of
+// the additions shows in the last bits; few distinct values, so that the
+// extremes recur (ties); one value everywhere (constant).
+enum class Values { random, moderate, wide, ties, constant };
+
+// Fills a byte image standing for elements of `elemBytes` bytes.
+inline void fillSource(std::mt19937& rng, const Image<uint8_t>& img, int elemBytes, Values kind) {
+    static const float floatTies[] = {-0.0f, 0.0f, 1.0f, -1.0f, NAN, INFINITY, -INFINITY, 0.0f};
+    const uint32_t pick = rng();
+    const bool few = kind == Values::ties || kind == Values::constant;
+    for (int y = 0; y < img.height; ++y)
+        for (int x = 0; x < img.width / elemBytes; ++x) {
+            const uint32_t r = kind == Values::constant ? pick : rng();
+            if (elemBytes == 4)
+                reinterpret_cast<float*>(img.at(y))[x] =
+                    few                    ? floatTies[r % 8]
+                    : kind == Values::wide ? std::ldexp(float(r % (1u << 24)) * (rng() % 2 ? 1.0f : -1.0f),
+                                                        static_cast<int>(rng() % 80) - 84)
+                                           : randomValue<float>(rng, kind == Values::random);
+            else if (elemBytes == 2)
+                reinterpret_cast<uint16_t*>(img.at(y))[x] = uint16_t(few ? r % 4 * 21845 : r);
+            else
+                img.at(y)[x] = uint8_t(few ? r % 4 * 85 : r);
+        }
+}
+
+inline Image<uint8_t> makeSource(std::mt19937& rng, int elemBytes, int channels, int w, int h, Values kind) {
+    Image<uint8_t> img(rng, w * elemBytes * channels, h, 1, false, elemBytes);
+    fillSource(rng, img, elemBytes, kind);
+    return img;
+}
+
 // Byte-wise comparison of two canvases of the same layout (NaNs by their
 // bits as well). Returns the first differing offset or -1.
 inline int64_t firstDifference(const Canvas& a, const Canvas& b) {
