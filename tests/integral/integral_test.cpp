@@ -19,68 +19,57 @@ using zep::integral::None;
 using zt::Image;
 
 // Every integral export beside its scalar definition, in one argument layout:
-// source, table, square table (null for the plain forms), ROI.
+// source, table, square table (null for the plain forms), ROI; offsets -7
+// (0 for the 32f source) and 3.
+using Fn = ZepStatus (*)(const void*, int, void*, int, void*, int, ImageSize);
+
 struct Case {
     std::string name;
     bool tilted, floatSrc;
     int sumBytes, sqBytes;  // sqBytes 0: no square table
-    std::function<ZepStatus(const void*, int, void*, int, void*, int, ImageSize)> exported, scalar;
+    Fn exported, scalar;
 };
 
-template <Path P, bool T, class Src, class S, class Q>
-ZepStatus run(const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize roi) {
-    const S val = S(-7);
-    if constexpr (std::is_same_v<Q, None>)
-        return zep::integral::integralImage<P, T, Src, S, None>(static_cast<const Src*>(s), ss, static_cast<S*>(d),
-                                                                ds, nullptr, 0, roi,
-                                                                std::is_same_v<Src, float> ? S(0) : val, None{});
+template <bool T, class Src, class S, class Q, auto F>
+ZepStatus callExport(const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize r) {
+    const auto* src = static_cast<const Src*>(s);
+    if constexpr (std::is_same_v<Src, float>)
+        return F(src, ss, static_cast<S*>(d), ds, r);
+    else if constexpr (std::is_same_v<Q, None>)
+        return F(src, ss, static_cast<S*>(d), ds, r, S(-7));
     else
-        return zep::integral::integralImage<P, T, Src, S, Q>(static_cast<const Src*>(s), ss, static_cast<S*>(d), ds,
-                                                             static_cast<Q*>(q), qs, roi, val, Q(3));
+        return F(src, ss, static_cast<S*>(d), ds, static_cast<Q*>(q), qs, r, S(-7), Q(3));
 }
 
 template <bool T, class Src, class S, class Q>
-Case make(const char* name, std::function<ZepStatus(const void*, int, void*, int, void*, int, ImageSize)> e) {
-    return {name,
-            T,
-            std::is_same_v<Src, float>,
-            sizeof(S),
-            std::is_same_v<Q, None> ? 0 : int(sizeof(Q)),
-            e,
-            run<Path::scalar, T, Src, S, Q>};
+ZepStatus callScalar(const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize r) {
+    Q valQ{};
+    if constexpr (!std::is_same_v<Q, None>) valQ = Q(3);
+    return zep::integral::integralImage<Path::scalar, T, Src, S, Q>(static_cast<const Src*>(s), ss,
+                                                                    static_cast<S*>(d), ds, static_cast<Q*>(q), qs, r,
+                                                                    std::is_same_v<Src, float> ? S(0) : S(-7), valQ);
 }
 
-#define PLAIN(F, S, V)                                                              \
-    [](const void* s, int ss, void* d, int ds, void*, int, ImageSize r) {           \
-        return F(static_cast<const uint8_t*>(s), ss, static_cast<S*>(d), ds, r, V); \
-    }
-#define SQR(F, S, Q)                                                                                           \
-    [](const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize r) {                                 \
-        return F(static_cast<const uint8_t*>(s), ss, static_cast<S*>(d), ds, static_cast<Q*>(q), qs, r, S(-7), \
-                 Q(3));                                                                                        \
-    }
+template <bool T, class Src, class S, class Q, auto F>
+Case make(const char* name) {
+    constexpr int sq = std::is_same_v<Q, None> ? 0 : int(sizeof(Q));
+    return {
+        name, T, std::is_same_v<Src, float>, sizeof(S), sq, callExport<T, Src, S, Q, F>, callScalar<T, Src, S, Q>};
+}
 
 const std::vector<Case>& cases() {
     static const std::vector<Case> c = {
-        make<false, float, float, None>("Integral_32f",
-                                        [](const void* s, int ss, void* d, int ds, void*, int, ImageSize r) {
-                                            return zepiIntegral_32f_C1R(static_cast<const float*>(s), ss,
-                                                                        static_cast<float*>(d), ds, r);
-                                        }),
-        make<false, uint8_t, float, None>("Integral_8u32f", PLAIN(zepiIntegral_8u32f_C1R, float, -7.0f)),
-        make<false, uint8_t, int32_t, None>("Integral_8u32s", PLAIN(zepiIntegral_8u32s_C1R, int32_t, -7)),
-        make<false, uint8_t, int32_t, int32_t>("SqrIntegral_8u32s", SQR(zepiSqrIntegral_8u32s_C1R, int32_t, int32_t)),
-        make<false, uint8_t, int32_t, double>("SqrIntegral_8u32s64f",
-                                              SQR(zepiSqrIntegral_8u32s64f_C1R, int32_t, double)),
-        make<false, uint8_t, float, double>("SqrIntegral_8u32f64f", SQR(zepiSqrIntegral_8u32f64f_C1R, float, double)),
-        make<true, uint8_t, int32_t, None>("TiltedIntegral_8u32s", PLAIN(zepiTiltedIntegral_8u32s_C1R, int32_t, -7)),
-        make<true, uint8_t, float, None>("TiltedIntegral_8u32f", PLAIN(zepiTiltedIntegral_8u32f_C1R, float, -7.0f)),
-        make<true, uint8_t, int32_t, int32_t>("TiltedSqrIntegral_8u32s",
-                                              SQR(zepiTiltedSqrIntegral_8u32s_C1R, int32_t, int32_t)),
-        make<true, uint8_t, int32_t, double>("TiltedSqrIntegral_8u32s64f",
-                                             SQR(zepiTiltedSqrIntegral_8u32s64f_C1R, int32_t, double)),
-        make<true, uint8_t, float, double>("TiltedSqrIntegral_8u32f64f",
-                                           SQR(zepiTiltedSqrIntegral_8u32f64f_C1R, float, double)),
+        make<false, float, float, None, zepiIntegral_32f_C1R>("Integral_32f"),
+        make<false, uint8_t, float, None, zepiIntegral_8u32f_C1R>("Integral_8u32f"),
+        make<false, uint8_t, int32_t, None, zepiIntegral_8u32s_C1R>("Integral_8u32s"),
+        make<false, uint8_t, int32_t, int32_t, zepiSqrIntegral_8u32s_C1R>("SqrIntegral_8u32s"),
+        make<false, uint8_t, int32_t, double, zepiSqrIntegral_8u32s64f_C1R>("SqrIntegral_8u32s64f"),
+        make<false, uint8_t, float, double, zepiSqrIntegral_8u32f64f_C1R>("SqrIntegral_8u32f64f"),
+        make<true, uint8_t, int32_t, None, zepiTiltedIntegral_8u32s_C1R>("TiltedIntegral_8u32s"),
+        make<true, uint8_t, float, None, zepiTiltedIntegral_8u32f_C1R>("TiltedIntegral_8u32f"),
+        make<true, uint8_t, int32_t, int32_t, zepiTiltedSqrIntegral_8u32s_C1R>("TiltedSqrIntegral_8u32s"),
+        make<true, uint8_t, int32_t, double, zepiTiltedSqrIntegral_8u32s64f_C1R>("TiltedSqrIntegral_8u32s64f"),
+        make<true, uint8_t, float, double, zepiTiltedSqrIntegral_8u32f64f_C1R>("TiltedSqrIntegral_8u32f64f"),
     };
     return c;
 }
@@ -89,18 +78,13 @@ const std::vector<Case>& cases() {
 struct Tables {
     Image<uint8_t> src, sum, sq;
     Tables(std::mt19937& rng, const Case& c, int w, int h)
-        : src(rng, w * (c.floatSrc ? 4 : 1), h, 1, false, c.floatSrc ? 4 : 1),
+        : src(zt::makeSource(rng, c.floatSrc ? 4 : 1, 1, w, h, zt::Values::random)),
           sum(rng, (w + (c.tilted ? 2 : 1)) * c.sumBytes, h + (c.tilted ? 2 : 1), 1, false, c.sumBytes),
           sq(rng, (w + (c.tilted ? 2 : 1)) * std::max(c.sqBytes, 1), h + (c.tilted ? 2 : 1), 1, false,
-             std::max(c.sqBytes, 1)) {
-        if (c.floatSrc)
-            for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x)
-                    reinterpret_cast<float*>(src.at(y))[x] = zt::randomValue<float>(rng, true);
-    }
+             std::max(c.sqBytes, 1)) {}
     // The call of `f` writing the tables at o[0] (and o[1]).
-    auto on(const Case& c, const decltype(Case::scalar)& f, ImageSize roi) {
-        return [this, &c, &f, roi](uint8_t* const* o) {
+    auto on(const Case& c, Fn f, ImageSize roi) {
+        return [this, &c, f, roi](uint8_t* const* o) {
             return f(src.data(), src.step(), o[0], sum.step(), c.sqBytes ? o[1] : nullptr, sq.step(), roi);
         };
     }
