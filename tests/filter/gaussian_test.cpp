@@ -159,6 +159,12 @@ TEST(Gaussian, SizeFormulas) {
     ASSERT_EQ(zepiFilterGaussianGetBufferSize({7, 1}, 3, zep16u, 3, &spec, &buf), zepStsOk);
     // L = 32, h = 1: 256 + 64 + 160 + 480 + 32 + (8 * 24 + 96 + 64) + 32 + 32 + 32
     EXPECT_EQ(buf, 256 + 64 + 160 + 480 + 32 + 352 + 32 + 32 + 32);
+    // The 64-bit spec size query gives the same spec sizes.
+    int64_t specL = 0;
+    ASSERT_EQ(zepiFilterGaussianGetSpecSize_L(5, zep8u, 1, &specL), zepStsOk);
+    EXPECT_EQ(specL, 116);
+    ASSERT_EQ(zepiFilterGaussianGetSpecSize_L(3, zep32f, 3, &specL), zepStsOk);
+    EXPECT_EQ(specL, 128);
 }
 
 TEST(Gaussian, UninitialisedSpecIsANoOp) {

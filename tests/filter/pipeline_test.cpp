@@ -330,8 +330,11 @@ TEST(PipelineRules, BufferSizeFormulas) {
     EXPECT_EQ(q(zepiFilterRowBorderPipelineGetBufferSize_32f_C1R, 9, 5), 576);
     EXPECT_EQ(q(zepiFilterRowBorderPipelineGetBufferSize_32f_C3R, 9, 5), 1536);
     EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_16s_C1R, 9, 5), 12 * 12 + 64);
+    EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_16s_C3R, 9, 5), 36 * 12 + 64);
+    EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_16s8u_C1R, 9, 5), 12 * 12 + 64);
     EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_16s8u_C3R, 9, 5), 36 * 12 + 64);
     EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_16s8s_C1R, 8, 5), 12 * 8 + 64);
+    EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_16s8s_C3R, 8, 5), 36 * 8 + 64);
     EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_Low_16s_C1R, 9, 5), 12 * 16 + 64);
     EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_Low_16s_C3R, 9, 5), 36 * 16 + 64);
     EXPECT_EQ(q(zepiFilterColumnPipelineGetBufferSize_16u_C1R, 9, 5), 8 * 12 + 160 + 64);
