@@ -113,9 +113,7 @@ TEST(RectStdDev, CheckOrder) {
         const int sumRow = s.cols * c.sumBytes, sqRow = s.cols * c.sqBytes;
         // Short steps hold one element: short for any rectangle the rect breakers make.
         std::vector<zt::Breaker> b;
-        for (int i = 0; i < 3; ++i)
-            b.push_back(
-                {"null " + std::to_string(i), i, [i](zt::CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer});
+        for (int i = 0; i < 3; ++i) b.push_back(zt::nullBreaker(i));
         b.push_back({"null rect", 3, [](zt::CallArgs& a) { a.param[4] = 1; }, zepStsNullPointer});
         b.push_back({"zero width", 4, [](zt::CallArgs& a) { a.roi.width = 0; }, zepStsBadSize});
         b.push_back({"zero height", 5, [](zt::CallArgs& a) { a.roi.height = 0; }, zepStsBadSize});

@@ -69,10 +69,10 @@ struct State {
 
 template <class T, int Ch>
 ZepStatus resample(Dir d, const T* src, int srcStep, ImageSize srcRoi, T* dst, int dstStep, ImageSize dstRoi,
-                   const State<T, Ch>& s) {
+                   void* state) {
     using A = Api<T, Ch>;
-    return d == Dir::down ? A::down(src, srcStep, srcRoi, dst, dstStep, dstRoi, s.template as<PyramidDownState>())
-                          : A::up(src, srcStep, srcRoi, dst, dstStep, dstRoi, s.template as<PyramidUpState>());
+    return d == Dir::down ? A::down(src, srcStep, srcRoi, dst, dstStep, dstRoi, static_cast<PyramidDownState*>(state))
+                          : A::up(src, srcStep, srcRoi, dst, dstStep, dstRoi, static_cast<PyramidUpState*>(state));
 }
 
 // The destination sizes a source may take: its down size, or both ends of its up range.
@@ -116,9 +116,7 @@ void expectLayersAgree(Dir d, uint32_t seed, const std::vector<float>& rates,
                             return d == Dir::down ? zep::pyramid::layerImage<Path::scalar, Dir::down, T, Ch>(a...)
                                                   : zep::pyramid::layerImage<Path::scalar, Dir::up, T, Ch>(a...);
                         };
-                        auto exported = [&](const T* i, int is, ImageSize ir, T* o, int os, ImageSize orr, void*) {
-                            return resample<T, Ch>(d, i, is, ir, o, os, orr, state);
-                        };
+                        auto exported = [&](auto... a) { return resample<T, Ch>(d, a...); };
                         ASSERT_TRUE(zt::agree(out, on(exported), on(scalar), std::is_same_v<T, float>))
                             << (d == Dir::down ? "down" : "up") << " rate " << rate << " taps " << kernel.size()
                             << " src " << w << "x" << h << " dst " << dst.width << "x" << dst.height << " channels "
@@ -202,16 +200,16 @@ void expectSharedStateCalls(Dir d, float rate) {
     Image<T> outA(rng, dst.width, dst.height, Ch), outB(rng, dst.width, dst.height, Ch);
     zt::Canvas seqA = outA.canvas, seqB = outB.canvas;
     ASSERT_EQ((resample<T, Ch>(d, inA.data(), inA.step(), src, reinterpret_cast<T*>(seqA.first()), outA.step(), dst,
-                               state)),
+                               state.state)),
               zepStsOk);
     ASSERT_EQ(state.memory, snapshot) << "a call changed the state";
     ASSERT_EQ((resample<T, Ch>(d, inB.data(), inB.step(), src, reinterpret_cast<T*>(seqB.first()), outB.step(), dst,
-                               state)),
+                               state.state)),
               zepStsOk);
     ZepStatus statusA = zepStsOk, statusB = zepStsOk;
     auto repeat = [&](Image<T>& in, Image<T>& out, ZepStatus& status) {
         for (int i = 0; i < 20 && status == zepStsOk; ++i)
-            status = resample<T, Ch>(d, in.data(), in.step(), src, out.data(), out.step(), dst, state);
+            status = resample<T, Ch>(d, in.data(), in.step(), src, out.data(), out.step(), dst, state.state);
     };
     std::thread a([&] { repeat(inA, outA, statusA); });
     std::thread b([&] { repeat(inB, outB, statusB); });
@@ -242,7 +240,7 @@ std::vector<T> row(Dir d, std::vector<T> src, int dstWidth, float rate, std::vec
     std::vector<T> out(size_t(dstWidth) * dstHeight);
     const int step = int(sizeof(T)) * dstWidth;
     const ZepStatus status = resample<T, 1>(d, src.data(), int(sizeof(T) * src.size()), {int(src.size()), 1},
-                                            out.data(), step, {dstWidth, dstHeight}, s);
+                                            out.data(), step, {dstWidth, dstHeight}, s.state);
     EXPECT_EQ(status, zepStsOk);
     out.resize(size_t(dstWidth));
     return out;
@@ -302,8 +300,9 @@ TEST(PyramidLayerPeers, OpenCVPyrDownAndPyrUp) {
             ASSERT_EQ(theirs.size(), cv::Size(dst.width, dst.height));
             cv::Mat ours(theirs.size(), type);
             State<T, Ch> state(d, s, 2.0f, {1, 4, 6, 4, 1});
-            ASSERT_EQ((resample<T, Ch>(d, src.ptr<T>(), int(src.step), s, ours.ptr<T>(), int(ours.step), dst, state)),
-                      zepStsOk);
+            ASSERT_EQ(
+                (resample<T, Ch>(d, src.ptr<T>(), int(src.step), s, ours.ptr<T>(), int(ours.step), dst, state.state)),
+                zepStsOk);
             EXPECT_LE(cv::norm(ours, theirs, cv::NORM_INF), (std::is_same_v<T, float> ? 1e-4 : 0.0))
                 << type << (d == Dir::down ? " down " : " up ") << s.width;
         }
@@ -315,9 +314,7 @@ TEST(PyramidLayer, SizeAndInitCheckOrder) {
     const uint8_t kernel[5] = {1, 4, 6, 4, 1};
     zt::Canvas out(1 << 16, 1, 1 << 16, 0);
     uint8_t* o = out.first();
-    auto nul = [](int i) {
-        return Breaker{"null " + std::to_string(i), i, [i](CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer};
-    };
+    const auto nul = zt::nullBreaker;
     const std::vector<Breaker> params = {
         {"zero height", 10, [](CallArgs& a) { a.roi.height = 0; }, zepStsBadSize},
         {"rate 1", 20, [](CallArgs& a) { a.param[0] = 1.0; }, zepStsBadArg},
@@ -372,9 +369,7 @@ void layerCheckOrder(Dir d) {
                    {int(in.step()), int(out.step())},
                    src,
                    {double(dst.width), double(dst.height)}};
-    auto nul = [](int i) {
-        return Breaker{"null " + std::to_string(i), i, [i](CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer};
-    };
+    const auto nul = zt::nullBreaker;
     const int srcRow = src.width * Ch * e, dstRow = dst.width * Ch * e;
     std::vector<Breaker> b = {
         nul(0),
@@ -394,14 +389,9 @@ void layerCheckOrder(Dir d) {
     b.push_back({"destination too tall", 13, [](CallArgs& a) { a.param[1] += 1; }, zepStsBadSize});
     zt::expectOrder(d == Dir::down ? "LayerDown" : "LayerUp", valid,
                     [d](const CallArgs& a) {
-                        using A = Api<T, Ch>;
-                        const ImageSize dr{int(a.param[0]), int(a.param[1])};
-                        if (d == Dir::down)
-                            return A::down(static_cast<const T*>(a.ptr[0]), a.step[0], a.roi,
-                                           static_cast<T*>(a.ptr[1]), a.step[1], dr,
-                                           static_cast<PyramidDownState*>(a.ptr[2]));
-                        return A::up(static_cast<const T*>(a.ptr[0]), a.step[0], a.roi, static_cast<T*>(a.ptr[1]),
-                                     a.step[1], dr, static_cast<PyramidUpState*>(a.ptr[2]));
+                        return resample<T, Ch>(d, static_cast<const T*>(a.ptr[0]), a.step[0], a.roi,
+                                               static_cast<T*>(a.ptr[1]), a.step[1],
+                                               {int(a.param[0]), int(a.param[1])}, a.ptr[2]);
                     },
                     b, {&in, &out});
 }

@@ -124,9 +124,7 @@ TEST(PyramidSizes, CheckOrder) {
     zt::Canvas out(4096, 1, 4096, 0);
     uint8_t* o = out.first();
     const ImageSize roi{40, 30};
-    auto nul = [](int i) {
-        return Breaker{"null " + std::to_string(i), i, [i](CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer};
-    };
+    const auto nul = zt::nullBreaker;
     const Breaker zeroW{"zero width", 10, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize};
     const Breaker zeroH{"zero height", 11, [](CallArgs& a) { a.roi.height = 0; }, zepStsBadSize};
     const Breaker rateOne{"rate 1", 20, [](CallArgs& a) { a.param[0] = 1.0; }, zepStsBadArg};

@@ -48,13 +48,16 @@ struct BreakerOf {
 
 using Breaker = BreakerOf<CallArgs>;
 
+// Pointer i of the call set to null.
+inline Breaker nullBreaker(int i) {
+    return {"null pointer " + std::to_string(i), i, [i](CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer};
+}
+
 // Null pointers, then the ROI, then each step group (sizes, then multiples).
 inline std::vector<Breaker> standardBreakers(const std::vector<ImageRole>& roles, ImageSize roi) {
     std::vector<Breaker> b;
     const int n = static_cast<int>(roles.size());
-    for (int i = 0; i < n; ++i)
-        b.push_back(
-            {"null image " + std::to_string(i), i, [i](CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer});
+    for (int i = 0; i < n; ++i) b.push_back(nullBreaker(i));
     b.push_back({"zero width", n, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize});
     b.push_back({"negative height", n + 1, [](CallArgs& a) { a.roi.height = -1; }, zepStsBadSize});
     int groups = 0;
@@ -108,12 +111,6 @@ void expectOrder(const std::string& name, const Args& valid, const Call& call,
             ASSERT_TRUE(untouched()) << name << ": " << breakers[i].what << " with " << breakers[j].what;
         }
     }
-}
-
-// The same for calls described by CallArgs (images in argument order).
-inline void expectCheckOrder(const std::string& name, const CallArgs& valid, const Caller& call,
-                             const std::vector<Breaker>& breakers, const std::vector<const Canvas*>& images) {
-    expectOrder(name, valid, call, breakers, images);
 }
 
 // Guarded byte images of random contents for `roles` at `roi` (steps and
