@@ -252,30 +252,23 @@ TEST(PipelineRules, IntegerRowRoundsTiesToEvenAndSaturates) {
 
 TEST(PipelineRules, RowBordersAtBothEnds) {
     // Row 1 2 3 4, taps 1 10 100 at anchor 1: out[0] = ext(-1) + 10 + 200, out[3] = 3 + 40 + 100 ext(4).
-    const float row[4] = {1, 2, 3, 4};
+    const float row[6] = {5, 1, 2, 3, 4, 9};  // the pixels beside the region for the in-memory flags
     const float taps[3] = {1, 10, 100};
-    float out[4];
-    float* rows[1] = {out};
-    uint8_t buf[8];
-    ASSERT_EQ(zepiFilterRowBorderPipeline_32f_C1R(row, 16, rows, {4, 1}, taps, 3, 1, zepBorderRepl, 0, buf),
-              zepStsOk);
-    EXPECT_EQ(out[0], 211.0f);
-    EXPECT_EQ(out[3], 443.0f);
-    ASSERT_EQ(zepiFilterRowBorderPipeline_32f_C1R(row, 16, rows, {4, 1}, taps, 3, 1, zepBorderMirror, 0, buf),
-              zepStsOk);
-    EXPECT_EQ(out[0], 212.0f);  // x = -1 reads pixel 1 (the edge is not repeated)
-    EXPECT_EQ(out[3], 343.0f);
-    ASSERT_EQ(zepiFilterRowBorderPipeline_32f_C1R(row, 16, rows, {4, 1}, taps, 3, 1, zepBorderConst, 7, buf),
-              zepStsOk);
-    EXPECT_EQ(out[0], 217.0f);
-    EXPECT_EQ(out[3], 743.0f);
+    auto ends = [&](uint32_t border, float value) {
+        float out[4];
+        float* rows[1] = {out};
+        uint8_t buf[8];
+        EXPECT_EQ(zepiFilterRowBorderPipeline_32f_C1R(row + 1, 16, rows, {4, 1}, taps, 3, 1, border, value, buf),
+                  zepStsOk);
+        return std::pair{out[0], out[3]};
+    };
+    EXPECT_EQ(ends(zepBorderRepl, 0), std::pair(211.0f, 443.0f));
+    EXPECT_EQ(ends(zepBorderMirror, 0),
+              std::pair(212.0f, 343.0f));  // x = -1 reads pixel 1 (the edge is not repeated)
+    EXPECT_EQ(ends(zepBorderConst, 7), std::pair(217.0f, 743.0f));
     // In memory on the left: the real pixel before the region is read; the right side stays constant.
-    const float wide[6] = {5, 1, 2, 3, 4, 9};
-    ASSERT_EQ(zepiFilterRowBorderPipeline_32f_C1R(wide + 1, 16, rows, {4, 1}, taps, 3, 1, 0x46, 7, buf), zepStsOk);
-    EXPECT_EQ(out[0], 215.0f);
-    EXPECT_EQ(out[3], 743.0f);
-    ASSERT_EQ(zepiFilterRowBorderPipeline_32f_C1R(wide + 1, 16, rows, {4, 1}, taps, 3, 1, 0xF0, 7, buf), zepStsOk);
-    EXPECT_EQ(out[3], 943.0f);
+    EXPECT_EQ(ends(0x46, 7), std::pair(215.0f, 743.0f));
+    EXPECT_EQ(ends(0xF0, 7), std::pair(215.0f, 943.0f));
 }
 
 TEST(PipelineRules, SinglePrecisionColumnRounding) {

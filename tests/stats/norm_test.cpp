@@ -104,14 +104,19 @@ TEST(Norm, LongRowsStayExact) {
 
 // (2) Rules.
 
+// A norm of one 32f row, every pixel selected unless a mask is given.
+double rowNorm(ZepStatus (*f)(const float*, int, const uint8_t*, int, ImageSize, double*), std::vector<float> row,
+               std::vector<uint8_t> mask = {}) {
+    const int w = int(row.size());
+    if (mask.empty()) mask.assign(row.size(), 1);
+    double r = -1.0;
+    EXPECT_EQ(f(row.data(), 4 * w, mask.data(), w, {w, 1}, &r), zepStsOk);
+    return r;
+}
+
 TEST(Norm, Float32SquaresRoundInSinglePrecisionPerLane) {
     // (1 + 2^-12)^2 = 1 + 2^-11 + 2^-24 rounds to even in single precision.
-    const float one[1] = {1.0f + 0x1p-12f};
-    const std::vector<uint8_t> mask(64, 1);
-    const uint8_t* on = mask.data();
-    double r = 0;
-    ASSERT_EQ(zepiNorm_L2_32f_C1MR(one, 4, on, 1, {1, 1}, &r), zepStsOk);
-    EXPECT_EQ(r, std::sqrt(1.0 + 0x1p-11));
+    EXPECT_EQ(rowNorm(zepiNorm_L2_32f_C1MR, {1.0f + 0x1p-12f}), std::sqrt(1.0 + 0x1p-11));
     // Pixel x shares a single-precision lane with pixel 0 when the row's
     // blocks put it there: 2^24 + 1 rounds to 2^24 in that lane, while a
     // pixel in its own lane or in the scalar tail is added in double.
@@ -125,20 +130,18 @@ TEST(Norm, Float32SquaresRoundInSinglePrecisionPerLane) {
         row[0] = 4096.0f;
         row[l.pixel] = 1.0f;
         const double l2 = l.shared ? 0x1p24 : 0x1p24 + 1.0;
-        ASSERT_EQ(zepiNorm_L2_32f_C1MR(row.data(), 4 * l.width, on, 64, {l.width, 1}, &r), zepStsOk);
-        EXPECT_EQ(r, std::sqrt(l2)) << l.width << " " << l.pixel;
+        EXPECT_EQ(rowNorm(zepiNorm_L2_32f_C1MR, row), std::sqrt(l2)) << l.width << " " << l.pixel;
         row[0] = 0x1p24f;
-        ASSERT_EQ(zepiNorm_L1_32f_C1MR(row.data(), 4 * l.width, on, 64, {l.width, 1}, &r), zepStsOk);
-        EXPECT_EQ(r, l2) << l.width << " " << l.pixel;
+        EXPECT_EQ(rowNorm(zepiNorm_L1_32f_C1MR, row), l2) << l.width << " " << l.pixel;
     }
     // Rows are added in double.
     const float rows[2] = {0x1p24f, 1.0f};
+    const uint8_t on[2] = {1, 1};
+    double r = 0;
     ASSERT_EQ(zepiNorm_L1_32f_C1MR(rows, 4, on, 1, {1, 2}, &r), zepStsOk);
     EXPECT_EQ(r, 0x1p24 + 1.0);
     // Squares of large values overflow the single-precision lane.
-    const float big[1] = {3.0e38f};
-    ASSERT_EQ(zepiNorm_L2_32f_C1MR(big, 4, on, 1, {1, 1}, &r), zepStsOk);
-    EXPECT_EQ(r, INFINITY);
+    EXPECT_EQ(rowNorm(zepiNorm_L2_32f_C1MR, {3.0e38f}), INFINITY);
 }
 
 TEST(Norm, EmptyMaskGivesZeroAndRelativeNormsWarnWithNaN) {
@@ -194,46 +197,36 @@ TEST(Norm, RelativeNormsOfIdenticalAndZeroSources) {
 }
 
 TEST(Norm, Float32Specials) {
-    const uint8_t on[4] = {1, 1, 1, 1}, some[4] = {1, 0, 1, 0};
-    double r = 0;
     // -0 counts as +0; -inf as +inf.
-    const float negZero[2] = {-0.0f, -0.0f};
-    EXPECT_EQ(zepiNorm_Inf_32f_C1MR(negZero, 8, on, 2, {2, 1}, &r), zepStsOk);
-    EXPECT_EQ(std::bit_cast<uint64_t>(r), 0u);
-    EXPECT_EQ(zepiNorm_L1_32f_C1MR(negZero, 8, on, 2, {2, 1}, &r), zepStsOk);
-    EXPECT_EQ(std::bit_cast<uint64_t>(r), 0u);
-    const float inf[4] = {1.0f, -INFINITY, 2.0f, 5.0f};
-    for (auto f : {zepiNorm_Inf_32f_C1MR, zepiNorm_L1_32f_C1MR, zepiNorm_L2_32f_C1MR}) {
-        EXPECT_EQ(f(inf, 16, on, 4, {4, 1}, &r), zepStsOk);
-        EXPECT_EQ(r, INFINITY);
-    }
+    EXPECT_EQ(std::bit_cast<uint64_t>(rowNorm(zepiNorm_Inf_32f_C1MR, {-0.0f, -0.0f})), 0u);
+    EXPECT_EQ(std::bit_cast<uint64_t>(rowNorm(zepiNorm_L1_32f_C1MR, {-0.0f, -0.0f})), 0u);
+    const std::vector<float> inf = {1.0f, -INFINITY, 2.0f, 5.0f};
+    for (auto f : {zepiNorm_Inf_32f_C1MR, zepiNorm_L1_32f_C1MR, zepiNorm_L2_32f_C1MR})
+        EXPECT_EQ(rowNorm(f, inf), INFINITY);
+    EXPECT_EQ(rowNorm(zepiNorm_L1_32f_C1MR, inf, {1, 0, 1, 0}), 3.0);
     // inf - inf is NaN; a selected NaN makes the infinity norm the quiet NaN.
-    EXPECT_EQ(zepiNormDiff_L1_32f_C1MR(inf, 16, inf, 16, on, 4, {4, 1}, &r), zepStsOk);
+    const uint8_t on[4] = {1, 1, 1, 1};
+    double r = 0;
+    EXPECT_EQ(zepiNormDiff_L1_32f_C1MR(inf.data(), 16, inf.data(), 16, on, 4, {4, 1}, &r), zepStsOk);
     EXPECT_TRUE(std::isnan(r));
-    const float nan[4] = {1.0f, NAN, 7.0f, -8.0f};
     for (int w : {4, 40}) {
         std::vector<float> row(w, 3.0f);
+        const float nan[4] = {1.0f, NAN, 7.0f, -8.0f};
         std::copy(nan, nan + 4, row.begin() + (w - 4));
-        std::vector<uint8_t> m(w, 1);
-        EXPECT_EQ(zepiNorm_Inf_32f_C1MR(row.data(), 4 * w, m.data(), w, {w, 1}, &r), zepStsOk);
-        EXPECT_EQ(std::bit_cast<uint64_t>(r), 0x7FF8000000000000u) << w;
+        EXPECT_EQ(std::bit_cast<uint64_t>(rowNorm(zepiNorm_Inf_32f_C1MR, row)), 0x7FF8000000000000u) << w;
         // The same NaN masked off is not read into the result.
+        std::vector<uint8_t> m(w, 1);
         m[w - 3] = 0;
-        EXPECT_EQ(zepiNorm_Inf_32f_C1MR(row.data(), 4 * w, m.data(), w, {w, 1}, &r), zepStsOk);
-        EXPECT_EQ(r, 8.0) << w;
-        EXPECT_EQ(zepiNorm_L2_32f_C1MR(row.data(), 4 * w, m.data(), w, {w, 1}, &r), zepStsOk);
-        EXPECT_EQ(r, std::sqrt(9.0 * (w - 4) + 1 + 49 + 64)) << w;
+        EXPECT_EQ(rowNorm(zepiNorm_Inf_32f_C1MR, row, m), 8.0) << w;
+        EXPECT_EQ(rowNorm(zepiNorm_L2_32f_C1MR, row, m), std::sqrt(9.0 * (w - 4) + 1 + 49 + 64)) << w;
     }
     // NaNs of every sign and payload, the least of them next to +inf.
     for (const uint32_t bits : {0x7F800001u, 0xFF800001u, 0xFFFFFFFFu, 0x7FC00000u}) {
         std::vector<float> row(37, INFINITY);
         row[bits % 37] = std::bit_cast<float>(bits);
-        std::vector<uint8_t> m(37, 1);
-        EXPECT_EQ(zepiNorm_Inf_32f_C1MR(row.data(), 4 * 37, m.data(), 37, {37, 1}, &r), zepStsOk);
-        EXPECT_EQ(std::bit_cast<uint64_t>(r), 0x7FF8000000000000u) << std::hex << bits;
+        EXPECT_EQ(std::bit_cast<uint64_t>(rowNorm(zepiNorm_Inf_32f_C1MR, row)), 0x7FF8000000000000u)
+            << std::hex << bits;
     }
-    EXPECT_EQ(zepiNorm_L1_32f_C1MR(inf, 16, some, 4, {4, 1}, &r), zepStsOk);
-    EXPECT_EQ(r, 3.0);
 }
 
 // Check order: Norm checks its source step fully before the mask step;
