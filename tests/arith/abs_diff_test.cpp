@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <memory>
 #include <opencv2/core.hpp>
 #include <random>
 
@@ -17,6 +16,11 @@ using zep::Path;
 using zt::CallArgs;
 using zt::Image;
 
+template <class T>
+using TwoSources = ZepStatus (*)(const T*, int, const T*, int, T*, int, ImageSize);
+template <class T, class V>
+using Constant = ZepStatus (*)(const T*, int, T*, int, ImageSize, V);
+
 // Sizes: the width sweep at heights 1 and 4, and one destination of over a
 // megabyte with an odd width, which is written with streaming stores.
 std::vector<ImageSize> sizesFor(int elemBytes) {
@@ -27,40 +31,31 @@ std::vector<ImageSize> sizesFor(int elemBytes) {
     return sizes;
 }
 
-template <class T, int Channels>
-void expectAbsDiffAgrees(ZepStatus (*exported)(const T*, int, const T*, int, T*, int, ImageSize), const char* name) {
+template <class T, int Ch>
+void expectAbsDiffAgrees(TwoSources<T> exported, const char* name) {
     std::mt19937 rng(99);
-    for (const ImageSize size : sizesFor(sizeof(T) * Channels)) {
-        {
-            const int w = size.width, h = size.height;
-            Image<T> a(rng, w, h, Channels), b(rng, w, h, Channels), dst(rng, w, h, Channels);
-            if (rng() % 4 == 0) b.fill(T(0));
-            zt::Canvas expected = dst.canvas;
-            const std::vector<uint8_t> before = dst.canvas.bytes();
-            ASSERT_EQ(exported(a.data(), a.step(), b.data(), b.step(), dst.data(), dst.step(), {w, h}), zepStsOk);
-            zep::arith::absDiffImage<Path::scalar, T, Channels>(
-                a.data(), a.step(), b.data(), b.step(), reinterpret_cast<T*>(expected.first()), dst.step(), {w, h});
-            ASSERT_EQ(zt::firstDifference(dst.canvas, expected), -1) << name << " width " << w << " height " << h;
-            ASSERT_EQ(zt::firstGuardChange(dst.canvas, before), -1) << name << " width " << w;
-        }
+    for (const ImageSize r : sizesFor(sizeof(T) * Ch)) {
+        Image<T> a(rng, r.width, r.height, Ch), b(rng, r.width, r.height, Ch), dst(rng, r.width, r.height, Ch);
+        if (rng() % 4 == 0) b.fill(T(0));
+        auto on = [&](TwoSources<T> f) {
+            return [&, f](T* d) { return f(a.data(), a.step(), b.data(), b.step(), d, dst.step(), r); };
+        };
+        ASSERT_TRUE(zt::agree(dst, on(exported), on(zep::arith::absDiffImage<Path::scalar, T, Ch>)))
+            << name << " " << r.width << "x" << r.height;
     }
 }
 
 template <class T, class V>
-void expectAbsDiffConstAgrees(ZepStatus (*exported)(const T*, int, T*, int, ImageSize, V),
-                              std::initializer_list<V> values, const char* name) {
+void expectAbsDiffConstAgrees(Constant<T, V> exported, std::initializer_list<V> values, const char* name) {
     std::mt19937 rng(100);
     for (V value : values) {
-        for (const ImageSize size : sizesFor(sizeof(T))) {
-            const int w = size.width, h = size.height;
-            Image<T> src(rng, w, h), dst(rng, w, h);
-            zt::Canvas expected = dst.canvas;
-            const std::vector<uint8_t> before = dst.canvas.bytes();
-            ASSERT_EQ(exported(src.data(), src.step(), dst.data(), dst.step(), {w, h}, value), zepStsOk);
-            zep::arith::absDiffConstImage<Path::scalar>(
-                src.data(), src.step(), reinterpret_cast<T*>(expected.first()), dst.step(), ImageSize{w, h}, value);
-            ASSERT_EQ(zt::firstDifference(dst.canvas, expected), -1) << name << " value " << value << " width " << w;
-            ASSERT_EQ(zt::firstGuardChange(dst.canvas, before), -1) << name << " width " << w;
+        for (const ImageSize r : sizesFor(sizeof(T))) {
+            Image<T> src(rng, r.width, r.height), dst(rng, r.width, r.height);
+            auto on = [&](Constant<T, V> f) {
+                return [&, f](T* d) { return f(src.data(), src.step(), d, dst.step(), r, value); };
+            };
+            ASSERT_TRUE(zt::agree(dst, on(exported), on(zep::arith::absDiffConstImage<Path::scalar, T, V>)))
+                << name << " value " << value << " width " << r.width;
         }
     }
 }
@@ -120,61 +115,37 @@ ZepStatus callConst(const CallArgs& v) {
     return F(static_cast<const T*>(v.ptr[0]), v.step[0], static_cast<T*>(v.ptr[1]), v.step[1], v.roi, V(1));
 }
 
-// Builds valid images for `roles` and runs the check-order driver.
-void checkOrder(const char* name, const zt::Caller& call, const std::vector<zt::ImageRole>& roles) {
-    std::mt19937 rng(1);
-    const ImageSize roi{6, 2};
-    std::vector<std::unique_ptr<Image<uint8_t>>> images;
-    CallArgs valid{{}, {}, roi, {}};
-    std::vector<const zt::Canvas*> canvases;
-    for (const auto& r : roles) {
-        images.push_back(std::make_unique<Image<uint8_t>>(rng, roi.width * r.elemBytes * r.channels, roi.height, 1,
-                                                          false, r.elemBytes));
-        valid.ptr.push_back(images.back()->data());
-        valid.step.push_back(images.back()->step());
-        canvases.push_back(&images.back()->canvas);
-    }
-    zt::expectCheckOrder(name, valid, call, zt::standardBreakers(roles, roi), canvases);
-}
-
 TEST(AbsDiff, CheckOrder) {
     // Sources first, then the destination; 16u checks its three steps together.
-    checkOrder("AbsDiff_8u_C1R", callTwoSources<uint8_t, zepiAbsDiff_8u_C1R>, {{1, 1, 0}, {1, 1, 0}, {1, 1, 1}});
-    checkOrder("AbsDiff_8u_C3R", callTwoSources<uint8_t, zepiAbsDiff_8u_C3R>, {{1, 3, 0}, {1, 3, 0}, {1, 3, 1}});
-    checkOrder("AbsDiff_16u_C1R", callTwoSources<uint16_t, zepiAbsDiff_16u_C1R>, {{2, 1, 0}, {2, 1, 0}, {2, 1, 0}});
-    checkOrder("AbsDiff_32f_C1R", callTwoSources<float, zepiAbsDiff_32f_C1R>, {{4, 1, 0}, {4, 1, 0}, {4, 1, 1}});
-    checkOrder("AbsDiffC_8u_C1R", callConst<uint8_t, int, zepiAbsDiffC_8u_C1R>, {{1, 1, 0}, {1, 1, 1}});
-    checkOrder("AbsDiffC_16u_C1R", callConst<uint16_t, int, zepiAbsDiffC_16u_C1R>, {{2, 1, 0}, {2, 1, 1}});
-    checkOrder("AbsDiffC_32f_C1R", callConst<float, float, zepiAbsDiffC_32f_C1R>, {{4, 1, 0}, {4, 1, 1}});
+    auto order = [](const char* name, std::vector<zt::ImageRole> roles, zt::Caller call) {
+        zt::expectRoleOrder(name, roles, {6, 2}, call);
+    };
+    order("AbsDiff_8u_C1R", {{1, 1, 0}, {1, 1, 0}, {1, 1, 1}}, callTwoSources<uint8_t, zepiAbsDiff_8u_C1R>);
+    order("AbsDiff_8u_C3R", {{1, 3, 0}, {1, 3, 0}, {1, 3, 1}}, callTwoSources<uint8_t, zepiAbsDiff_8u_C3R>);
+    order("AbsDiff_16u_C1R", {{2, 1, 0}, {2, 1, 0}, {2, 1, 0}}, callTwoSources<uint16_t, zepiAbsDiff_16u_C1R>);
+    order("AbsDiff_32f_C1R", {{4, 1, 0}, {4, 1, 0}, {4, 1, 1}}, callTwoSources<float, zepiAbsDiff_32f_C1R>);
+    order("AbsDiffC_8u_C1R", {{1, 1, 0}, {1, 1, 1}}, callConst<uint8_t, int, zepiAbsDiffC_8u_C1R>);
+    order("AbsDiffC_16u_C1R", {{2, 1, 0}, {2, 1, 1}}, callConst<uint16_t, int, zepiAbsDiffC_16u_C1R>);
+    order("AbsDiffC_32f_C1R", {{4, 1, 0}, {4, 1, 1}}, callConst<float, float, zepiAbsDiffC_32f_C1R>);
 }
 
 // cv::absdiff computes the same exact differences for 8u, 16u and 32f.
 TEST(AbsDiffPeers, OpenCVAbsdiff) {
-    std::mt19937 rng(8);
     const int w = 131, h = 7;
-    auto compare = [&](int type, auto exported) {
+    const ImageSize roi{w, h};
+    auto compare = [&]<class T>(int type, TwoSources<T> exported) {
         cv::Mat a(h, w, type), b(h, w, type), ours(h, w, type), theirs;
         cv::randu(a, -1.0e6, 1.0e6);
         cv::randu(b, -1.0e6, 1.0e6);
-        ASSERT_EQ(exported(a, b, ours), zepStsOk);
+        ASSERT_EQ(exported(a.ptr<T>(), int(a.step), b.ptr<T>(), int(b.step), ours.ptr<T>(), int(ours.step), roi),
+                  zepStsOk);
         cv::absdiff(a, b, theirs);
         EXPECT_EQ(cv::norm(ours, theirs, cv::NORM_INF), 0.0) << type;
     };
-    const ImageSize roi{w, h};
-    compare(CV_8UC1, [&](cv::Mat& a, cv::Mat& b, cv::Mat& d) {
-        return zepiAbsDiff_8u_C1R(a.data, int(a.step), b.data, int(b.step), d.data, int(d.step), roi);
-    });
-    compare(CV_8UC3, [&](cv::Mat& a, cv::Mat& b, cv::Mat& d) {
-        return zepiAbsDiff_8u_C3R(a.data, int(a.step), b.data, int(b.step), d.data, int(d.step), roi);
-    });
-    compare(CV_16UC1, [&](cv::Mat& a, cv::Mat& b, cv::Mat& d) {
-        return zepiAbsDiff_16u_C1R(a.ptr<uint16_t>(), int(a.step), b.ptr<uint16_t>(), int(b.step), d.ptr<uint16_t>(),
-                                   int(d.step), roi);
-    });
-    compare(CV_32FC1, [&](cv::Mat& a, cv::Mat& b, cv::Mat& d) {
-        return zepiAbsDiff_32f_C1R(a.ptr<float>(), int(a.step), b.ptr<float>(), int(b.step), d.ptr<float>(),
-                                   int(d.step), roi);
-    });
+    compare(CV_8UC1, zepiAbsDiff_8u_C1R);
+    compare(CV_8UC3, zepiAbsDiff_8u_C3R);
+    compare(CV_16UC1, zepiAbsDiff_16u_C1R);
+    compare(CV_32FC1, zepiAbsDiff_32f_C1R);
     cv::Mat src(h, w, CV_8UC1), ours(h, w, CV_8UC1), theirs;
     cv::randu(src, 0, 256);
     ASSERT_EQ(zepiAbsDiffC_8u_C1R(src.data, int(src.step), ours.data, int(ours.step), roi, 100), zepStsOk);

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cfloat>
 #include <functional>
 #include <opencv2/imgproc.hpp>
@@ -67,15 +68,32 @@ const std::vector<Case>& cases() {
     return c;
 }
 
-// Costs in the case's type: the Euclidean standard costs, or a > b.
-std::vector<uint8_t> costs(const Case& c, int pick) {
-    const float f[3][3] = {{0.955f, 1.3693f, 2.1969f}, {3.5f, 2.25f, 4.0f}, {1.0f, 1.4f, 2.1969f}};
-    const int32_t i[3][3] = {{2, 3, 4}, {7, 5, 11}, {1, 300, 100000}};
+// Costs in the case's type.
+std::vector<uint8_t> pack(const Case& c, std::array<double, 3> k) {
     std::vector<uint8_t> out(12);
-    if (c.dstBytes == 4)
-        std::memcpy(out.data(), f[pick], 12);
-    else
-        std::memcpy(out.data(), i[pick], 12);
+    for (int i = 0; i < 3; ++i)
+        if (c.dstBytes == 4)
+            reinterpret_cast<float*>(out.data())[i] = float(k[i]);
+        else
+            reinterpret_cast<int32_t*>(out.data())[i] = int32_t(k[i]);
+    return out;
+}
+
+// The Euclidean standard costs, or a > b.
+std::vector<uint8_t> costs(const Case& c, int pick) {
+    const std::array<double, 3> f[3] = {{0.955f, 1.3693f, 2.1969f}, {3.5, 2.25, 4.0}, {1.0, 1.4f, 2.1969f}};
+    const std::array<double, 3> i[3] = {{2, 3, 4}, {7, 5, 11}, {1, 300, 100000}};
+    return pack(c, c.dstBytes == 4 ? f[pick] : i[pick]);
+}
+
+// One case on a whole cv::Mat with costs k; the result as doubles.
+cv::Mat run(const Case& c, const cv::Mat& src, std::array<double, 3> k) {
+    cv::Mat dst(src.size(), c.dstBytes == 1 ? CV_8U : c.dstBytes == 2 ? CV_16U : CV_32F), out;
+    if (c.inPlace) src.copyTo(dst);
+    EXPECT_EQ(c.exported(src.data, int(src.step), dst.data, int(dst.step), {src.cols, src.rows}, pack(c, k).data()),
+              zepStsOk)
+        << c.name;
+    dst.convertTo(out, CV_64F);
     return out;
 }
 
@@ -96,39 +114,31 @@ TEST(DistanceTransform, VectorPathAgreesWithScalarDefinition) {
                 Image<uint8_t> dst(rng, w * c.dstBytes, h, 1, false, c.dstBytes);
                 if (c.inPlace)
                     for (int y = 0; y < h; ++y) std::memcpy(dst.at(y), src.at(y), w);
-                zt::Canvas ref = dst.canvas;
-                const auto before = dst.canvas.bytes();
                 const auto k = costs(c, int(rng() % 3));
-                ASSERT_EQ(c.exported(src.data(), src.step(), dst.data(), dst.step(), {w, h}, k.data()), zepStsOk);
-                ASSERT_EQ(c.scalar(src.data(), src.step(), ref.first(), dst.step(), {w, h}, k.data()), zepStsOk);
-                ASSERT_EQ(zt::firstGuardChange(dst.canvas, before), -1) << c.name;
-                ASSERT_EQ(zt::firstDifference(dst.canvas, ref), -1) << c.name << " width " << w << " height " << h;
+                auto on = [&](const Fn& f) {
+                    return [&](uint8_t* d) { return f(src.data(), src.step(), d, dst.step(), {w, h}, k.data()); };
+                };
+                ASSERT_TRUE(zt::agree(dst, on(c.exported), on(c.scalar)))
+                    << c.name << " width " << w << " height " << h;
             }
         }
     }
 }
 
 TEST(DistanceTransform, CheckOrder) {
-    std::mt19937 rng(4);
     const ImageSize roi{5, 3};
     for (const Case& c : cases()) {
-        Image<uint8_t> src(rng, roi.width, roi.height),
-            dst(rng, roi.width * c.dstBytes, roi.height, 1, false, c.dstBytes);
+        const zt::RoleImages img({{1, 1, 0}, {c.dstBytes, 1, 0}}, roi);
         std::vector<uint8_t> k = costs(c, 0);
         const int n = c.mask == 3 ? 2 : 3;
-        zt::CallArgs valid{{src.data(), dst.data(), k.data()}, {src.step(), dst.step(), 0}, roi, {}};
-        auto call = [&c, n](const zt::CallArgs& a) {
+        zt::CallArgs valid = img.valid;
+        valid.ptr.push_back(k.data());
+        auto call = [&c](const zt::CallArgs& a) {
             // Costs come from param when a breaker spoiled one.
-            std::vector<uint8_t> m(12);
-            if (a.ptr[2]) std::memcpy(m.data(), a.ptr[2], 12);
-            for (size_t i = 0; i < a.param.size(); ++i)
-                if (c.dstBytes == 4)
-                    reinterpret_cast<float*>(m.data())[i % n] = float(a.param[i]);
-                else
-                    reinterpret_cast<int32_t*>(m.data())[i % n] = int32_t(a.param[i]);
-            const void* mp = a.ptr[2] ? m.data() : nullptr;
-            if (c.inPlace) return c.exported(nullptr, 0, a.ptr[1], a.step[1], a.roi, mp);
-            return c.exported(static_cast<const uint8_t*>(a.ptr[0]), a.step[0], a.ptr[1], a.step[1], a.roi, mp);
+            const std::vector<uint8_t> m =
+                a.param.empty() ? costs(c, 0) : pack(c, {a.param[0], a.param[1], a.param[2]});
+            const auto* src = c.inPlace ? nullptr : static_cast<const uint8_t*>(a.ptr[0]);
+            return c.exported(src, a.step[0], a.ptr[1], a.step[1], a.roi, a.ptr[2] ? m.data() : nullptr);
         };
         std::vector<zt::Breaker> b = zt::standardBreakers({{1, 1, 0}, {c.dstBytes, 1, 0}}, roi);
         if (c.inPlace)  // one image: its pointer and step stand for both
@@ -138,13 +148,14 @@ TEST(DistanceTransform, CheckOrder) {
         b.insert(firstSize, {"null costs", 2, [](zt::CallArgs& a) { a.ptr[2] = nullptr; }, zepStsNullPointer});
         // A cost below 1 (integers) or not above 0 (floats), in each position.
         for (int i = 0; i < n; ++i)
-            b.push_back({"bad cost " + std::to_string(i), 50,
-                         [i, &c](zt::CallArgs& a) {
-                             a.param.assign(size_t(i + 1), c.dstBytes == 4 ? 1.0 : 2.0);
-                             a.param[size_t(i)] = c.dstBytes == 4 ? (i == 1 ? NAN : 0.0) : 0.0;
-                         },
-                         zepStsBadMetric});
-        zt::expectCheckOrder(c.name, valid, call, b, {&dst.canvas});
+            b.push_back(
+                {"bad cost " + std::to_string(i), 50,
+                 [i, &c](zt::CallArgs& a) {
+                     a.param = c.dstBytes == 4 ? std::vector<double>{1.0, 1.4, 2.2} : std::vector<double>{2, 3, 4};
+                     a.param[size_t(i)] = c.dstBytes == 4 && i == 1 ? NAN : 0.0;
+                 },
+                 zepStsBadMetric});
+        zt::expectOrder(c.name, valid, call, b, {img.canvases[1]});
     }
 }
 
@@ -162,61 +173,30 @@ cv::Mat bruteForce(const cv::Mat& src, F dist) {
 }
 
 TEST(DistanceTransform, StandardMasksGiveChessboardAndCityBlock) {
-    cv::Mat src(23, 37, CV_8U);
-    src = cv::Scalar(9);
+    cv::Mat src(23, 37, CV_8U, cv::Scalar(9));
     src.at<uint8_t>(4, 5) = src.at<uint8_t>(20, 30) = src.at<uint8_t>(11, 36) = 0;
-    auto board = bruteForce(src, [](int dx, int dy) { return double(std::max(std::abs(dx), std::abs(dy))); });
-    auto city = bruteForce(src, [](int dx, int dy) { return double(std::abs(dx) + std::abs(dy)); });
-    const int32_t k[2][3] = {{1, 1, 2}, {1, 2, 3}};
-    for (int norm = 0; norm < 2; ++norm) {
-        const cv::Mat& want = norm == 0 ? board : city;
-        cv::Mat d8(src.size(), CV_8U), d16(src.size(), CV_16U), d32(src.size(), CV_32F);
-        const float kf[3] = {float(k[norm][0]), float(k[norm][1]), float(k[norm][2])};
-        for (int mask : {3, 5}) {
-            auto f8 = mask == 3 ? zepiDistanceTransform_3x3_8u_C1R : zepiDistanceTransform_5x5_8u_C1R;
-            auto f16 = mask == 3 ? zepiDistanceTransform_3x3_8u16u_C1R : zepiDistanceTransform_5x5_8u16u_C1R;
-            auto f32 = mask == 3 ? zepiDistanceTransform_3x3_8u32f_C1R : zepiDistanceTransform_5x5_8u32f_C1R;
-            ASSERT_EQ(f8(src.data, 37, d8.data, 37, {37, 23}, k[norm]), zepStsOk);
-            ASSERT_EQ(f16(src.data, 37, d16.ptr<uint16_t>(), 74, {37, 23}, k[norm]), zepStsOk);
-            ASSERT_EQ(f32(src.data, 37, d32.ptr<float>(), 148, {37, 23}, kf), zepStsOk);
-            cv::Mat a, b, c;
-            d8.convertTo(a, CV_64F), d16.convertTo(b, CV_64F), d32.convertTo(c, CV_64F);
-            EXPECT_EQ(cv::norm(a, want, cv::NORM_INF), 0.0) << norm << " " << mask;
-            EXPECT_EQ(cv::norm(b, want, cv::NORM_INF), 0.0) << norm << " " << mask;
-            EXPECT_EQ(cv::norm(c, want, cv::NORM_INF), 0.0) << norm << " " << mask;
-        }
+    const cv::Mat board =
+        bruteForce(src, [](int dx, int dy) { return double(std::max(std::abs(dx), std::abs(dy))); });
+    const cv::Mat city = bruteForce(src, [](int dx, int dy) { return double(std::abs(dx) + std::abs(dy)); });
+    for (const Case& c : cases()) {
+        EXPECT_EQ(cv::norm(run(c, src, {1, 1, 2}), board, cv::NORM_INF), 0.0) << c.name;
+        EXPECT_EQ(cv::norm(run(c, src, {1, 2, 3}), city, cv::NORM_INF), 0.0) << c.name;
     }
 }
 
 TEST(DistanceTransform, SaturationNoZerosAndAllZeros) {
     // A 1 x 400 row with one zero at the left: costs (1, 1) count up and stop at 255 in 8u.
-    std::vector<uint8_t> row(400, 1), d8(400);
-    std::vector<uint16_t> d16(400);
-    row[0] = 0;
-    const int32_t k[2] = {1, 1};
-    ASSERT_EQ(zepiDistanceTransform_3x3_8u_C1R(row.data(), 400, d8.data(), 400, {400, 1}, k), zepStsOk);
-    ASSERT_EQ(zepiDistanceTransform_3x3_8u16u_C1R(row.data(), 400, d16.data(), 800, {400, 1}, k), zepStsOk);
-    for (int x = 0; x < 400; ++x) {
-        EXPECT_EQ(d8[x], std::min(x, 255)) << x;
-        EXPECT_EQ(d16[x], x) << x;
-    }
-    // No zero at all: the largest value; all zeros: zeros.
-    for (uint8_t fill : {uint8_t(7), uint8_t(0)}) {
-        std::vector<uint8_t> s(6 * 5, fill), a(30);
-        std::vector<uint16_t> b(30);
-        std::vector<float> c(30);
-        const float kf[3] = {1, 1.4f, 2.2f};
-        const int32_t ki[3] = {1, 1, 2};
-        ASSERT_EQ(zepiDistanceTransform_5x5_8u_C1R(s.data(), 6, a.data(), 6, {6, 5}, ki), zepStsOk);
-        ASSERT_EQ(zepiDistanceTransform_5x5_8u16u_C1R(s.data(), 6, b.data(), 12, {6, 5}, ki), zepStsOk);
-        ASSERT_EQ(zepiDistanceTransform_5x5_8u32f_C1R(s.data(), 6, c.data(), 24, {6, 5}, kf), zepStsOk);
-        ASSERT_EQ(zepiDistanceTransform_3x3_8u_C1IR(s.data(), 6, {6, 5}, ki), zepStsOk);
-        for (int i = 0; i < 30; ++i) {
-            EXPECT_EQ(a[i], fill ? 255 : 0);
-            EXPECT_EQ(s[i], fill ? 255 : 0);
-            EXPECT_EQ(b[i], fill ? 65535 : 0);
-            EXPECT_EQ(c[i], fill ? FLT_MAX : 0.0f);
+    cv::Mat row(1, 400, CV_8U, cv::Scalar(1));
+    row.at<uint8_t>(0, 0) = 0;
+    for (const Case& c : cases()) {
+        const double largest = c.dstBytes == 1 ? 255 : c.dstBytes == 2 ? 65535 : FLT_MAX;
+        if (c.mask == 3) {
+            const cv::Mat d = run(c, row, {1, 1, 1});
+            for (int x = 0; x < 400; ++x) EXPECT_EQ(d.at<double>(0, x), std::min<double>(x, largest)) << c.name;
         }
+        // No zero at all: the largest value; all zeros: zeros.
+        EXPECT_EQ(cv::norm(run(c, cv::Mat(5, 6, CV_8U, cv::Scalar(7)), {1, 1, 2}) - largest, cv::NORM_INF), 0.0);
+        EXPECT_EQ(cv::norm(run(c, cv::Mat(5, 6, CV_8U, cv::Scalar(0)), {1, 1, 2}), cv::NORM_INF), 0.0);
     }
 }
 

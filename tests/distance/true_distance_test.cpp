@@ -20,23 +20,26 @@ void sprinkle(std::mt19937& rng, Image<uint8_t>& img, unsigned perMille) {
         for (int x = 0; x < img.width; ++x) img.at(y)[x] = rng() % 1000 < perMille ? 0 : uint8_t(1 + rng() % 255);
 }
 
-// A buffer of exactly the reported size at a random misalignment, followed by guard bytes.
-struct Buffer {
-    std::vector<uint8_t> bytes;
-    size_t offset, size;
-    Buffer(std::mt19937& rng, ImageSize roi) {
-        int n = 0;
-        EXPECT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R(roi, &n), zepStsOk);
-        size = size_t(n), offset = rng() % 64;
-        bytes.assign(offset + size + 64, 0xA5);
-    }
-    uint8_t* data() { return bytes.data() + offset; }
-    bool guardsIntact() const {
-        for (size_t i = 0; i < bytes.size(); ++i)
-            if ((i < offset || i >= offset + size) && bytes[i] != 0xA5) return false;
-        return true;
-    }
-};
+// The vector path against the scalar path on one image, each with a work
+// buffer of exactly the reported size, misaligned, guarded on both sides.
+void expectPathsAgree(std::mt19937& rng, const Image<uint8_t>& src, const Image<float>& dst) {
+    const int w = src.width, h = src.height;
+    int n = 0;
+    ASSERT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({w, h}, &n), zepStsOk);
+    const zt::Canvas buffer = zt::bufferOf(n, rng() % 64), refBuffer = zt::bufferOf(n, rng() % 64);
+    const auto before = buffer.bytes();
+    ASSERT_TRUE(zt::agree(
+        dst,
+        [&](float* d) {
+            return zepiTrueDistanceTransform_8u32f_C1R(src.data(), src.step(), d, dst.step(), {w, h}, buffer.first());
+        },
+        [&](float* d) {
+            return zep::distance::trueDistanceImage<zep::Path::scalar>(src.data(), src.step(), d, dst.step(), {w, h},
+                                                                       refBuffer.first());
+        }))
+        << w << "x" << h;
+    ASSERT_EQ(zt::firstGuardChange(buffer, before), -1) << w << "x" << h;
+}
 
 TEST(TrueDistanceTransform, VectorPathAgreesWithScalarPathAndSearch) {
     std::mt19937 rng(33);
@@ -44,20 +47,8 @@ TEST(TrueDistanceTransform, VectorPathAgreesWithScalarPathAndSearch) {
         for (int h : {1, 2, 7, 33}) {
             Image<uint8_t> src(rng, w, h);
             sprinkle(rng, src, std::vector<unsigned>{0, 2, 30, 400}[rng() % 4]);
-            Image<float> dst(rng, w, h);
-            zt::Canvas ref = dst.canvas;
-            const auto before = dst.canvas.bytes();
-            Buffer buf(rng, {w, h}), refBuf(rng, {w, h});
-            ASSERT_EQ(zepiTrueDistanceTransform_8u32f_C1R(src.data(), src.step(), dst.data(), dst.step(), {w, h},
-                                                          buf.data()),
-                      zepStsOk);
-            ASSERT_EQ(
-                zep::distance::trueDistanceImage<zep::Path::scalar>(
-                    src.data(), src.step(), reinterpret_cast<float*>(ref.first()), dst.step(), {w, h}, refBuf.data()),
-                zepStsOk);
-            ASSERT_TRUE(buf.guardsIntact()) << w << "x" << h;
-            ASSERT_EQ(zt::firstGuardChange(dst.canvas, before), -1);
-            ASSERT_EQ(zt::firstDifference(dst.canvas, ref), -1) << w << "x" << h;
+            const Image<float> dst(rng, w, h);
+            expectPathsAgree(rng, src, dst);
             if (w > 70 && h > 7) continue;
             // Exhaustive search: the square root of the least squared distance, or +inf without zeros.
             for (int y = 0; y < h; ++y)
@@ -74,23 +65,6 @@ TEST(TrueDistanceTransform, VectorPathAgreesWithScalarPathAndSearch) {
                 }
         }
     }
-}
-
-// The vector path against the scalar path on one image, buffer guards included.
-void expectPathsAgree(std::mt19937& rng, const Image<uint8_t>& src) {
-    const int w = src.width, h = src.height;
-    Image<float> dst(rng, w, h);
-    zt::Canvas ref = dst.canvas;
-    const auto before = dst.canvas.bytes();
-    Buffer buf(rng, {w, h}), refBuf(rng, {w, h});
-    ASSERT_EQ(zepiTrueDistanceTransform_8u32f_C1R(src.data(), src.step(), dst.data(), dst.step(), {w, h}, buf.data()),
-              zepStsOk);
-    ASSERT_EQ(zep::distance::trueDistanceImage<zep::Path::scalar>(
-                  src.data(), src.step(), reinterpret_cast<float*>(ref.first()), dst.step(), {w, h}, refBuf.data()),
-              zepStsOk);
-    ASSERT_TRUE(buf.guardsIntact()) << w << "x" << h;
-    ASSERT_EQ(zt::firstGuardChange(dst.canvas, before), -1) << w << "x" << h;
-    ASSERT_EQ(zt::firstDifference(dst.canvas, ref), -1) << w << "x" << h;
 }
 
 // Sixteen-column strips keep their stacks in the buffer; where a column's
@@ -110,7 +84,7 @@ TEST(TrueDistanceTransform, WideStripsAndDeepEnvelopesAgreeWithScalarPath) {
                 for (int x = 0; x < (pattern == 1 ? w / 2 : w); ++x) src.at(y)[x] = 7;
                 src.at(y)[0] = 0;
             }
-            expectPathsAgree(rng, src);
+            expectPathsAgree(rng, src, Image<float>(rng, w, h));
         }
     }
 }
@@ -128,22 +102,20 @@ TEST(TrueDistanceTransform, BufferSizeAndCheckOrder) {
     EXPECT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({0, 3}, &n), zepStsBadSize);
     EXPECT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({3, -1}, &n), zepStsBadSize);
     EXPECT_EQ(n, -1);
-
-    std::mt19937 rng(6);
-    const ImageSize roi{5, 3};
-    Image<uint8_t> src(rng, 5, 3);
-    Image<float> dst(rng, 5, 3);
-    Buffer buf(rng, roi);
-    zt::CallArgs valid{{src.data(), dst.data(), buf.data()}, {src.step(), dst.step(), 0}, roi, {}};
-    auto call = [](const zt::CallArgs& a) {
-        return zepiTrueDistanceTransform_8u32f_C1R(static_cast<const uint8_t*>(a.ptr[0]), a.step[0],
-                                                   static_cast<float*>(a.ptr[1]), a.step[1], a.roi,
-                                                   static_cast<uint8_t*>(a.ptr[2]));
-    };
-    auto b = zt::standardBreakers({{1, 1, 0}, {4, 1, 0}}, roi);
+    // Source and destination null, buffer null, then the standard order.
+    const zt::RoleImages img({{1, 1, 0}, {4, 1, 0}}, {5, 3});
+    const zt::Canvas buffer = zt::bufferOf(8 * 24 + 56);
+    zt::CallArgs valid = img.valid;
+    valid.ptr.push_back(buffer.first());
+    auto b = zt::standardBreakers({{1, 1, 0}, {4, 1, 0}}, {5, 3});
     b.insert(b.begin() + 2, {"null buffer", 2, [](zt::CallArgs& a) { a.ptr[2] = nullptr; }, zepStsNullPointer});
-    zt::expectCheckOrder("TrueDistanceTransform", valid, call, b, {&dst.canvas});
-    EXPECT_TRUE(buf.guardsIntact());
+    zt::expectOrder("TrueDistanceTransform", valid,
+                    [](const zt::CallArgs& a) {
+                        return zepiTrueDistanceTransform_8u32f_C1R(static_cast<const uint8_t*>(a.ptr[0]), a.step[0],
+                                                                   static_cast<float*>(a.ptr[1]), a.step[1], a.roi,
+                                                                   static_cast<uint8_t*>(a.ptr[2]));
+                    },
+                    b, {img.canvases[0], img.canvases[1], &buffer});
 }
 
 // Peer: cv::distanceTransform with DIST_L2 and DIST_MASK_PRECISE is an exact

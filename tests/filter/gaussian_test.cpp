@@ -13,9 +13,9 @@
 #include <cstring>
 #include <opencv2/imgproc.hpp>
 
-#include "filter/filter_support.h"
 #include "filter/gaussian.h"
 #include "filter/pipeline_checks.h"
+#include "support/check_order.h"
 
 namespace {
 
@@ -85,15 +85,16 @@ void expectGaussianAgrees(const char* name, GaussianFns<T, Ch> fns) {
             ASSERT_EQ(zepiFilterGaussianGetBufferSize({W, H}, k, typeCode<T>(), Ch, &specSize, &bufSize), zepStsOk);
             std::vector<uint8_t> spec(specSize + 3);
             auto* pSpec = reinterpret_cast<FilterGaussianSpec*>(spec.data() + 3);
-            zt::Canvas buffer = ft::bufferOf(bufSize);  // exactly the reported size, guarded behind
+            zt::Canvas buffer = zt::bufferOf(bufSize);  // exactly the reported size, guarded behind
             ASSERT_EQ(zepiFilterGaussianInit({W, H}, k, sigma, border, typeCode<T>(), Ch, pSpec, buffer.first()),
                       zepStsOk);
+            int64_t bufL = 0;
+            ASSERT_EQ(zepiFilterGaussianGetBufferSize_L({W, H}, k, typeCode<T>(), Ch, &bufL), zepStsOk);
+            const zt::Canvas bufferL = zt::bufferOf(bufL);
             // Real pixels around the region: k rows and columns each side.
             Image<T> big(rng, W + 2 * k, H + 2 * k, Ch, false);
             const T* src = big.at(k) + k * Ch;
-            Image<T> ours(rng, W, H, Ch, false);
-            zt::Canvas theirs = ours.canvas, viaL = ours.canvas;
-            const auto before = ours.canvas.bytes();
+            Image<T> out(rng, W, H, Ch, false);
             T value[3];
             for (auto& v : value) v = zt::randomValue<T>(rng, false);
             std::conditional_t<Ch == 1, T, const T*> v;
@@ -101,20 +102,19 @@ void expectGaussianAgrees(const char* name, GaussianFns<T, Ch> fns) {
                 v = value[0];
             else
                 v = value;
-            ASSERT_EQ(fns.filter(src, big.step(), ours.data(), ours.step(), {W, H}, v, pSpec, buffer.first()),
-                      zepStsOk);
-            referenceGaussian<T, Ch>(src, big.step(), reinterpret_cast<T*>(theirs.first()), ours.step(), W, H, value,
-                                     pSpec);
-            ASSERT_EQ(zt::firstDifference(ours.canvas, theirs), -1)
+            auto definition = [&](T* d) {
+                referenceGaussian<T, Ch>(src, big.step(), d, out.step(), W, H, value, pSpec);
+                return zepStsOk;
+            };
+            auto filter = [&](T* d) {
+                return fns.filter(src, big.step(), d, out.step(), {W, H}, v, pSpec, buffer.first());
+            };
+            auto filterL = [&](T* d) {
+                return fns.filterL(src, big.step(), d, out.step(), {W, H}, v, pSpec, bufferL.first());
+            };
+            ASSERT_TRUE(zt::agree(out, filter, definition))
                 << name << " W " << W << " H " << H << " k " << k << " border " << border << " sigma " << sigma;
-            ASSERT_EQ(zt::firstGuardChange(ours.canvas, before), -1) << name;
-            int64_t bufL = 0;
-            ASSERT_EQ(zepiFilterGaussianGetBufferSize_L({W, H}, k, typeCode<T>(), Ch, &bufL), zepStsOk);
-            zt::Canvas bufferL = ft::bufferOf(bufL);
-            ASSERT_EQ(fns.filterL(src, big.step(), reinterpret_cast<T*>(viaL.first()), ours.step(), {W, H}, v, pSpec,
-                                  bufferL.first()),
-                      zepStsOk);
-            ASSERT_EQ(zt::firstDifference(ours.canvas, viaL), -1) << name << " _L W " << W << " H " << H;
+            ASSERT_TRUE(zt::agree(out, filterL, definition)) << name << " _L W " << W << " H " << H;
         }
     }
 }
@@ -159,6 +159,12 @@ TEST(Gaussian, SizeFormulas) {
     ASSERT_EQ(zepiFilterGaussianGetBufferSize({7, 1}, 3, zep16u, 3, &spec, &buf), zepStsOk);
     // L = 32, h = 1: 256 + 64 + 160 + 480 + 32 + (8 * 24 + 96 + 64) + 32 + 32 + 32
     EXPECT_EQ(buf, 256 + 64 + 160 + 480 + 32 + 352 + 32 + 32 + 32);
+    // The 64-bit spec size query gives the same spec sizes.
+    int64_t specL = 0;
+    ASSERT_EQ(zepiFilterGaussianGetSpecSize_L(5, zep8u, 1, &specL), zepStsOk);
+    EXPECT_EQ(specL, 116);
+    ASSERT_EQ(zepiFilterGaussianGetSpecSize_L(3, zep32f, 3, &specL), zepStsOk);
+    EXPECT_EQ(specL, 128);
 }
 
 TEST(Gaussian, UninitialisedSpecIsANoOp) {
@@ -197,7 +203,7 @@ TEST(Gaussian, CheckOrders) {
     zt::Canvas specCanvas(400, 1, 400, 0);
     InitArgs valid{{16, 8},      5, 1.2f, 1, zep8u, 1, reinterpret_cast<FilterGaussianSpec*>(specCanvas.first()),
                    bufMem.data()};
-    using B = ft::Breaker<InitArgs>;
+    using B = zt::BreakerOf<InitArgs>;
     const std::vector<B> initBreakers = {
         {"null spec", 0, [](InitArgs& a) { a.spec = nullptr; }, zepStsNullPointer},
         {"null buffer", 1, [](InitArgs& a) { a.buffer = nullptr; }, zepStsNullPointer},
@@ -216,13 +222,13 @@ TEST(Gaussian, CheckOrders) {
     std::function<ZepStatus(InitArgs&)> init = [](InitArgs& a) {
         return zepiFilterGaussianInit(a.roi, a.k, a.sigma, a.border, a.type, a.channels, a.spec, a.buffer);
     };
-    ft::expectOrder<InitArgs>("Init", valid, init, initBreakers, {&specCanvas});
+    zt::expectOrder("Init", valid, init, initBreakers, {&specCanvas});
     std::function<ZepStatus(InitArgs&)> initL = [](InitArgs& a) {
         return a.buffer ? zepiFilterGaussianInit_L({a.roi.width, a.roi.height}, a.k, a.sigma, a.border, a.type,
                                                    a.channels, a.spec)
                         : zepStsNullPointer;
     };
-    ft::expectOrder<InitArgs>("Init_L", valid, initL, initBreakers, {&specCanvas});
+    zt::expectOrder("Init_L", valid, initL, initBreakers, {&specCanvas});
     EXPECT_EQ(zepiFilterGaussianInit_L({0x7fffffff, 2}, 3, 1.0f, 1, zep8u, 1, valid.spec), zepStsSizeOverflow);
     EXPECT_EQ(zepiFilterGaussianInit_L({0x7fffffff, 2}, 3, 1.0f, 2, zep8u, 1, valid.spec), zepStsBadBorder);
 
@@ -252,7 +258,7 @@ TEST(Gaussian, CheckOrders) {
         const FilterGaussianSpec* spec;
         uint8_t* buffer;
     };
-    using FB = ft::Breaker<FilterArgs>;
+    using FB = zt::BreakerOf<FilterArgs>;
     FilterArgs fv{src.data(), src.step(), dst.data(), dst.step(), {16, 8}, valid.spec, buffer.data()};
     std::vector<uint8_t> badSpec(specCanvas.first(), specCanvas.first() + 400);
     badSpec[12] = 2;  // border type 2
@@ -271,7 +277,7 @@ TEST(Gaussian, CheckOrders) {
     std::function<ZepStatus(FilterArgs&)> filter = [](FilterArgs& a) {
         return zepiFilterGaussianBorder_8u_C1R(a.src, a.srcStep, a.dst, a.dstStep, a.roi, 0, a.spec, a.buffer);
     };
-    ft::expectOrder<FilterArgs>("GaussianBorder_8u_C1R", fv, filter, fb, {&dst.canvas});
+    zt::expectOrder("GaussianBorder_8u_C1R", fv, filter, fb, {&dst.canvas});
     // A spec of another type is not this filter's.
     EXPECT_EQ(zepiFilterGaussianBorder_16s_C1R(reinterpret_cast<const int16_t*>(src.data()), 16,
                                                reinterpret_cast<int16_t*>(dst.data()), 16, {8, 8}, 0, valid.spec,

@@ -31,31 +31,25 @@ TEST(Sobel, WorkedExamples) {
     EXPECT_EQ(sobel16(3, 1, 0), (std::vector<int>{-1, 0, 1}));
 }
 
-TEST(Sobel, SumsWrapAndFloatAgreement) {
+// Every size and order against the exact coefficients in 64 bits, the binomial
+// row differenced d times (the vector passes run from 17 and 33 coefficients
+// on): the 16s form wraps them in 16 bits, the 32f form holds them exactly
+// while they stay below 2^24.
+TEST(Sobel, WrapAndFloatAgreement) {
     for (int n = 1; n <= 41; n += 2) {
         for (int d = 0; d < n; ++d) {
             std::vector<float> f(n);
             ASSERT_EQ(zepiGenSobelKernel_32f(f.data(), n, d, 1), zepStsOk);
             const std::vector<int> s = sobel16(n, d);
-            // The exact coefficients in 64 bits: the binomial row differenced d times.
             std::vector<int64_t> e(n, 0);
             e[n - 1] = 1;
-            for (int p = 0; p < n - d - 1; ++p)
-                for (int j = 0; j < n - 1; ++j) e[j] += e[j + 1];
-            for (int p = 0; p < d; ++p)
-                for (int j = 0; j < n - 1; ++j) e[j] -= e[j + 1];
+            for (int p = 0; p < n - 1; ++p)
+                for (int j = 0; j < n - 1; ++j) e[j] += p < n - d - 1 ? e[j + 1] : -e[j + 1];
             for (int j = 0; j < n; ++j) {
-                ASSERT_EQ(s[j], int(int16_t(uint16_t(e[j])))) << n << " " << d << " " << j;  // wraps in 16 bits
+                ASSERT_EQ(s[j], int(int16_t(uint16_t(e[j])))) << n << " " << d << " " << j;
                 if (n <= 25) {
                     ASSERT_EQ(f[j], float(e[j])) << n << " " << d;
                 }
-            }
-            const int64_t sum = std::accumulate(e.begin(), e.end(), int64_t{0});
-            if (d == 0) {
-                EXPECT_EQ(sum, int64_t{1} << (n - 1));
-            }
-            if (d == 1) {
-                EXPECT_EQ(sum, 0);
             }
         }
     }

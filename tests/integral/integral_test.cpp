@@ -19,68 +19,57 @@ using zep::integral::None;
 using zt::Image;
 
 // Every integral export beside its scalar definition, in one argument layout:
-// source, table, square table (null for the plain forms), ROI.
+// source, table, square table (null for the plain forms), ROI; offsets -7
+// (0 for the 32f source) and 3.
+using Fn = ZepStatus (*)(const void*, int, void*, int, void*, int, ImageSize);
+
 struct Case {
     std::string name;
     bool tilted, floatSrc;
     int sumBytes, sqBytes;  // sqBytes 0: no square table
-    std::function<ZepStatus(const void*, int, void*, int, void*, int, ImageSize)> exported, scalar;
+    Fn exported, scalar;
 };
 
-template <Path P, bool T, class Src, class S, class Q>
-ZepStatus run(const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize roi) {
-    const S val = S(-7);
-    if constexpr (std::is_same_v<Q, None>)
-        return zep::integral::integralImage<P, T, Src, S, None>(static_cast<const Src*>(s), ss, static_cast<S*>(d),
-                                                                ds, nullptr, 0, roi,
-                                                                std::is_same_v<Src, float> ? S(0) : val, None{});
+template <bool T, class Src, class S, class Q, auto F>
+ZepStatus callExport(const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize r) {
+    const auto* src = static_cast<const Src*>(s);
+    if constexpr (std::is_same_v<Src, float>)
+        return F(src, ss, static_cast<S*>(d), ds, r);
+    else if constexpr (std::is_same_v<Q, None>)
+        return F(src, ss, static_cast<S*>(d), ds, r, S(-7));
     else
-        return zep::integral::integralImage<P, T, Src, S, Q>(static_cast<const Src*>(s), ss, static_cast<S*>(d), ds,
-                                                             static_cast<Q*>(q), qs, roi, val, Q(3));
+        return F(src, ss, static_cast<S*>(d), ds, static_cast<Q*>(q), qs, r, S(-7), Q(3));
 }
 
 template <bool T, class Src, class S, class Q>
-Case make(const char* name, std::function<ZepStatus(const void*, int, void*, int, void*, int, ImageSize)> e) {
-    return {name,
-            T,
-            std::is_same_v<Src, float>,
-            sizeof(S),
-            std::is_same_v<Q, None> ? 0 : int(sizeof(Q)),
-            e,
-            run<Path::scalar, T, Src, S, Q>};
+ZepStatus callScalar(const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize r) {
+    Q valQ{};
+    if constexpr (!std::is_same_v<Q, None>) valQ = Q(3);
+    return zep::integral::integralImage<Path::scalar, T, Src, S, Q>(static_cast<const Src*>(s), ss,
+                                                                    static_cast<S*>(d), ds, static_cast<Q*>(q), qs, r,
+                                                                    std::is_same_v<Src, float> ? S(0) : S(-7), valQ);
 }
 
-#define PLAIN(F, S, V)                                                              \
-    [](const void* s, int ss, void* d, int ds, void*, int, ImageSize r) {           \
-        return F(static_cast<const uint8_t*>(s), ss, static_cast<S*>(d), ds, r, V); \
-    }
-#define SQR(F, S, Q)                                                                                           \
-    [](const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize r) {                                 \
-        return F(static_cast<const uint8_t*>(s), ss, static_cast<S*>(d), ds, static_cast<Q*>(q), qs, r, S(-7), \
-                 Q(3));                                                                                        \
-    }
+template <bool T, class Src, class S, class Q, auto F>
+Case make(const char* name) {
+    constexpr int sq = std::is_same_v<Q, None> ? 0 : int(sizeof(Q));
+    return {
+        name, T, std::is_same_v<Src, float>, sizeof(S), sq, callExport<T, Src, S, Q, F>, callScalar<T, Src, S, Q>};
+}
 
 const std::vector<Case>& cases() {
     static const std::vector<Case> c = {
-        make<false, float, float, None>("Integral_32f",
-                                        [](const void* s, int ss, void* d, int ds, void*, int, ImageSize r) {
-                                            return zepiIntegral_32f_C1R(static_cast<const float*>(s), ss,
-                                                                        static_cast<float*>(d), ds, r);
-                                        }),
-        make<false, uint8_t, float, None>("Integral_8u32f", PLAIN(zepiIntegral_8u32f_C1R, float, -7.0f)),
-        make<false, uint8_t, int32_t, None>("Integral_8u32s", PLAIN(zepiIntegral_8u32s_C1R, int32_t, -7)),
-        make<false, uint8_t, int32_t, int32_t>("SqrIntegral_8u32s", SQR(zepiSqrIntegral_8u32s_C1R, int32_t, int32_t)),
-        make<false, uint8_t, int32_t, double>("SqrIntegral_8u32s64f",
-                                              SQR(zepiSqrIntegral_8u32s64f_C1R, int32_t, double)),
-        make<false, uint8_t, float, double>("SqrIntegral_8u32f64f", SQR(zepiSqrIntegral_8u32f64f_C1R, float, double)),
-        make<true, uint8_t, int32_t, None>("TiltedIntegral_8u32s", PLAIN(zepiTiltedIntegral_8u32s_C1R, int32_t, -7)),
-        make<true, uint8_t, float, None>("TiltedIntegral_8u32f", PLAIN(zepiTiltedIntegral_8u32f_C1R, float, -7.0f)),
-        make<true, uint8_t, int32_t, int32_t>("TiltedSqrIntegral_8u32s",
-                                              SQR(zepiTiltedSqrIntegral_8u32s_C1R, int32_t, int32_t)),
-        make<true, uint8_t, int32_t, double>("TiltedSqrIntegral_8u32s64f",
-                                             SQR(zepiTiltedSqrIntegral_8u32s64f_C1R, int32_t, double)),
-        make<true, uint8_t, float, double>("TiltedSqrIntegral_8u32f64f",
-                                           SQR(zepiTiltedSqrIntegral_8u32f64f_C1R, float, double)),
+        make<false, float, float, None, zepiIntegral_32f_C1R>("Integral_32f"),
+        make<false, uint8_t, float, None, zepiIntegral_8u32f_C1R>("Integral_8u32f"),
+        make<false, uint8_t, int32_t, None, zepiIntegral_8u32s_C1R>("Integral_8u32s"),
+        make<false, uint8_t, int32_t, int32_t, zepiSqrIntegral_8u32s_C1R>("SqrIntegral_8u32s"),
+        make<false, uint8_t, int32_t, double, zepiSqrIntegral_8u32s64f_C1R>("SqrIntegral_8u32s64f"),
+        make<false, uint8_t, float, double, zepiSqrIntegral_8u32f64f_C1R>("SqrIntegral_8u32f64f"),
+        make<true, uint8_t, int32_t, None, zepiTiltedIntegral_8u32s_C1R>("TiltedIntegral_8u32s"),
+        make<true, uint8_t, float, None, zepiTiltedIntegral_8u32f_C1R>("TiltedIntegral_8u32f"),
+        make<true, uint8_t, int32_t, int32_t, zepiTiltedSqrIntegral_8u32s_C1R>("TiltedSqrIntegral_8u32s"),
+        make<true, uint8_t, int32_t, double, zepiTiltedSqrIntegral_8u32s64f_C1R>("TiltedSqrIntegral_8u32s64f"),
+        make<true, uint8_t, float, double, zepiTiltedSqrIntegral_8u32f64f_C1R>("TiltedSqrIntegral_8u32f64f"),
     };
     return c;
 }
@@ -89,18 +78,15 @@ const std::vector<Case>& cases() {
 struct Tables {
     Image<uint8_t> src, sum, sq;
     Tables(std::mt19937& rng, const Case& c, int w, int h)
-        : src(rng, w * (c.floatSrc ? 4 : 1), h, 1, false, c.floatSrc ? 4 : 1),
+        : src(zt::makeSource(rng, c.floatSrc ? 4 : 1, 1, w, h, zt::Values::random)),
           sum(rng, (w + (c.tilted ? 2 : 1)) * c.sumBytes, h + (c.tilted ? 2 : 1), 1, false, c.sumBytes),
           sq(rng, (w + (c.tilted ? 2 : 1)) * std::max(c.sqBytes, 1), h + (c.tilted ? 2 : 1), 1, false,
-             std::max(c.sqBytes, 1)) {
-        if (c.floatSrc)
-            for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x)
-                    reinterpret_cast<float*>(src.at(y))[x] = zt::randomValue<float>(rng, true);
-    }
-    ZepStatus call(const Case& c, bool scalar, uint8_t* sumAt, uint8_t* sqAt, ImageSize roi) {
-        return (scalar ? c.scalar : c.exported)(src.data(), src.step(), sumAt, sum.step(), c.sqBytes ? sqAt : nullptr,
-                                                sq.step(), roi);
+             std::max(c.sqBytes, 1)) {}
+    // The call of `f` writing the tables at o[0] (and o[1]).
+    auto on(const Case& c, Fn f, ImageSize roi) {
+        return [this, &c, f, roi](uint8_t* const* o) {
+            return f(src.data(), src.step(), o[0], sum.step(), c.sqBytes ? o[1] : nullptr, sq.step(), roi);
+        };
     }
 };
 
@@ -110,44 +96,29 @@ TEST(Integral, VectorPathAgreesWithScalarDefinition) {
         for (int w : zt::sweepWidths()) {
             for (int h : {1, 3}) {
                 Tables t(rng, c, w, h);
-                zt::Canvas sumRef = t.sum.canvas, sqRef = t.sq.canvas;
-                const auto sumBefore = t.sum.canvas.bytes(), sqBefore = t.sq.canvas.bytes();
-                ASSERT_EQ(t.call(c, false, t.sum.data(), t.sq.data(), {w, h}), zepStsOk);
-                ASSERT_EQ(t.call(c, true, sumRef.first(), sqRef.first(), {w, h}), zepStsOk);
-                ASSERT_EQ(zt::firstGuardChange(t.sum.canvas, sumBefore), -1) << c.name << " " << w;
-                ASSERT_EQ(zt::firstGuardChange(t.sq.canvas, sqBefore), -1) << c.name << " " << w;
-                if (c.sumBytes == 4 && c.floatSrc) {
-                    zt::canonicalizeNaNs(t.sum.canvas);
-                    zt::canonicalizeNaNs(sumRef);
-                }
-                ASSERT_EQ(zt::firstDifference(t.sum.canvas, sumRef), -1)
+                std::vector<const zt::Canvas*> tables = {&t.sum.canvas};
+                if (c.sqBytes) tables.push_back(&t.sq.canvas);
+                ASSERT_TRUE(zt::agreeOn(tables, t.on(c, c.exported, {w, h}), t.on(c, c.scalar, {w, h}), c.floatSrc))
                     << c.name << " width " << w << " height " << h;
-                if (c.sqBytes) {
-                    ASSERT_EQ(zt::firstDifference(t.sq.canvas, sqRef), -1) << c.name << " width " << w;
-                }
             }
         }
     }
 }
 
 TEST(Integral, CheckOrder) {
-    std::mt19937 rng(5);
     const ImageSize roi{5, 3};
     for (const Case& c : cases()) {
-        Tables t(rng, c, roi.width, roi.height);
+        // The tables need (width + 1) or (width + 2) elements a row.
         const int extra = c.tilted ? 2 : 1;
-        zt::CallArgs valid{{t.src.data(), t.sum.data()}, {t.src.step(), t.sum.step()}, roi, {}};
         std::vector<zt::ImageRole> roles = {{c.floatSrc ? 4 : 1, 1, 0}, {c.sumBytes, 1, 0}};
-        if (c.sqBytes) {
-            valid.ptr.push_back(t.sq.data());
-            valid.step.push_back(t.sq.step());
-            roles.push_back({c.sqBytes, 1, 0});
-        }
+        if (c.sqBytes) roles.push_back({c.sqBytes, 1, 0});
+        const zt::RoleImages img(roles, {roi.width + extra, roi.height + extra});
+        zt::CallArgs valid = img.valid;
+        valid.roi = roi;
         auto call = [&c](const zt::CallArgs& a) {
             return c.exported(a.ptr[0], a.step[0], a.ptr[1], a.step[1], c.sqBytes ? a.ptr[2] : nullptr,
                               c.sqBytes ? a.step[2] : 0, a.roi);
         };
-        // The tables need (width + 1) or (width + 2) elements a row.
         auto breakers = zt::standardBreakers(roles, roi);
         for (auto& b : breakers) {
             if (!b.what.starts_with("short step") && !b.what.starts_with("odd step")) continue;
@@ -157,7 +128,7 @@ TEST(Integral, CheckOrder) {
             if (i >= 1 && b.what.starts_with("odd step"))
                 b.apply = [i, row = (roi.width + extra) * e](zt::CallArgs& a) { a.step[i] = row + 1; };
         }
-        zt::expectCheckOrder(c.name, valid, call, breakers, {&t.sum.canvas, &t.sq.canvas});
+        zt::expectOrder(c.name, valid, call, breakers, img.canvases);
     }
 }
 
@@ -205,46 +176,32 @@ TEST(Integral, ThirtyTwoBitTablesWrapAndDeviationStillWorks) {
     EXPECT_EQ(cv::norm(d, d0, cv::NORM_INF), 0.0);
 }
 
-// The recurrence in plain double arithmetic, for small exact cases.
-std::vector<std::vector<double>> tiltedReference(const cv::Mat& src, double val, bool square) {
-    const int w = src.cols, h = src.rows;
-    std::vector<std::vector<double>> t(h + 2, std::vector<double>(w + 2, val));
-    auto p = [&](int y, int x) {
-        double v = src.at<uint8_t>(y, x);
-        return square ? v * v : v;
-    };
-    for (int y = 0; y < h; ++y) {
-        auto &o = t[y + 2], &u1 = t[y + 1], &u2 = t[y];
-        o[0] = u1[1];
-        for (int c = 1; c < w; ++c) o[c] = u1[c - 1] + u1[c + 1] - u2[c] + p(y, c - 1) + p(y, c);
-        o[w] = u1[w - 1] + u1[w + 1] - u2[w] + p(y, w - 1);
-        o[w + 1] = u1[w];
-    }
-    return t;
-}
-
 TEST(Integral, TiltedTableFollowsItsRecurrence) {
     // One pixel wide: columns 0..2, T(y+2, 1) = T(y+1, 0) + T(y+1, 2) - T(y, 1) + src[y][0].
     const uint8_t col[3] = {5, 7, 11};
     int32_t t[5][3];
     ASSERT_EQ(zepiTiltedIntegral_8u32s_C1R(col, 1, &t[0][0], 12, {1, 3}, 1), zepStsOk);
     const int32_t expect[5][3] = {{1, 1, 1}, {1, 1, 1}, {1, 6, 1}, {6, 8, 6}, {8, 17, 8}};
-    for (int y = 0; y < 5; ++y)
-        for (int x = 0; x < 3; ++x) EXPECT_EQ(t[y][x], expect[y][x]) << y << "," << x;
-    // Wider tables against the recurrence in double (exact at this size).
-    for (int w : {2, 17, 40}) {
-        cv::Mat src(9, w, CV_8U), s(11, w + 2, CV_32F), q(11, w + 2, CV_64F);
-        cv::randu(src, 0, 256);
-        ASSERT_EQ(zepiTiltedSqrIntegral_8u32f64f_C1R(src.data, int(src.step), s.ptr<float>(), int(s.step),
-                                                     q.ptr<double>(), int(q.step), {w, 9}, 2.0f, 0.5),
-                  zepStsOk);
-        const auto rs = tiltedReference(src, 2.0, false), rq = tiltedReference(src, 0.5, true);
-        for (int y = 0; y < 11; ++y)
-            for (int x = 0; x < w + 2; ++x) {
-                ASSERT_EQ(s.at<float>(y, x), float(rs[y][x])) << w << " " << y << "," << x;
-                ASSERT_EQ(q.at<double>(y, x), rq[y][x]) << w << " " << y << "," << x;
-            }
-    }
+    EXPECT_EQ(std::memcmp(t, expect, sizeof t), 0);
+    // Three by three: T(y+2, c) = T(y+1, c-1) + T(y+1, c+1) - T(y, c) + src[y][c-1] + src[y][c] inside,
+    // without the pixel beyond the last column at c = width; the square table adds the squares.
+    const uint8_t px[3][3] = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
+    float s[5][5];
+    double q[5][5];
+    ASSERT_EQ(zepiTiltedSqrIntegral_8u32f64f_C1R(&px[0][0], 3, &s[0][0], 20, &q[0][0], 40, {3, 3}, 0.5f, 0.25),
+              zepStsOk);
+    const float sWant[5][5] = {{.5f, .5f, .5f, .5f, .5f},
+                               {.5f, .5f, .5f, .5f, .5f},
+                               {.5f, 3.5f, 5.5f, 3.5f, .5f},
+                               {3.5f, 14.5f, 17.5f, 11.5f, 3.5f},
+                               {14.5f, 32.5f, 37.5f, 26.5f, 11.5f}};
+    const double qWant[5][5] = {{.25, .25, .25, .25, .25},
+                                {.25, .25, .25, .25, .25},
+                                {.25, 5.25, 13.25, 9.25, .25},
+                                {5.25, 54.25, 75.25, 49.25, 9.25},
+                                {54.25, 188.25, 235.25, 156.25, 49.25}};
+    EXPECT_EQ(std::memcmp(s, sWant, sizeof s), 0);
+    EXPECT_EQ(std::memcmp(q, qWant, sizeof q), 0);
 }
 
 // Peer: cv::integral computes the same upright 32s and 64f tables exactly.

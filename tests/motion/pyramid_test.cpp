@@ -120,52 +120,44 @@ TEST(PyramidRecord, LayoutAndContents) {
     }
 }
 
-// Runs the check-order driver on a call that writes only through pointers into `out`.
-void checkOrder(const char* name, const CallArgs& valid, const zt::Caller& call, const std::vector<Breaker>& b,
-                const zt::Canvas& out) {
-    zt::expectCheckOrder(name, valid, call, b, {&out});
-}
-
 TEST(PyramidSizes, CheckOrder) {
     zt::Canvas out(4096, 1, 4096, 0);
     uint8_t* o = out.first();
     const ImageSize roi{40, 30};
-    auto nul = [](int i) {
-        return Breaker{"null " + std::to_string(i), i, [i](CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer};
-    };
+    const auto nul = zt::nullBreaker;
     const Breaker zeroW{"zero width", 10, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize};
     const Breaker zeroH{"zero height", 11, [](CallArgs& a) { a.roi.height = 0; }, zepStsBadSize};
     const Breaker rateOne{"rate 1", 20, [](CallArgs& a) { a.param[0] = 1.0; }, zepStsBadArg};
     const Breaker rateNaN{"rate NaN", 20, [](CallArgs& a) { a.param[0] = NAN; }, zepStsBadArg};
     const Breaker level0{"level 0", 21, [](CallArgs& a) { a.param[1] = 0; }, zepStsBadArg};
 
-    checkOrder(
-        "GetPyramidDownROI", {{o}, {}, roi, {2.0}},
-        [](const CallArgs& a) {
-            return zepiGetPyramidDownROI(a.roi, static_cast<ImageSize*>(a.ptr[0]), float(a.param[0]));
-        },
-        {nul(0), zeroW, zeroH, rateOne, rateNaN}, out);
-    checkOrder(
-        "GetPyramidUpROI", {{o, o + 8}, {}, roi, {2.0}},
-        [](const CallArgs& a) {
-            return zepiGetPyramidUpROI(a.roi, static_cast<ImageSize*>(a.ptr[0]), static_cast<ImageSize*>(a.ptr[1]),
-                                       float(a.param[0]));
-        },
-        {nul(0), nul(1), zeroW, zeroH, rateOne}, out);
-    checkOrder(
-        "PyramidGetSize", {{o, o + 4}, {}, roi, {2.0, 3}},
-        [](const CallArgs& a) {
-            return zepiPyramidGetSize(static_cast<int*>(a.ptr[0]), static_cast<int*>(a.ptr[1]), int(a.param[1]),
-                                      a.roi, float(a.param[0]));
-        },
-        {nul(0), nul(1), zeroH, zeroW, level0, rateOne}, out);
-    checkOrder(
-        "PyramidInit", {{o, o + 64, o + 2048}, {}, roi, {2.0, 3}},
-        [](const CallArgs& a) {
-            return zepiPyramidInit(static_cast<Pyramid**>(a.ptr[0]), int(a.param[1]), a.roi, float(a.param[0]),
-                                   static_cast<uint8_t*>(a.ptr[1]), static_cast<uint8_t*>(a.ptr[2]));
-        },
-        {nul(0), nul(1), nul(2), zeroH, zeroW, rateOne, level0}, out);
+    // Every call writes only through pointers into `out`.
+    auto checkOrder = [&](const char* name, const CallArgs& valid, const zt::Caller& call, std::vector<Breaker> b) {
+        zt::expectOrder(name, valid, call, b, {&out});
+    };
+    checkOrder("GetPyramidDownROI", {{o}, {}, roi, {2.0}},
+               [](const CallArgs& a) {
+                   return zepiGetPyramidDownROI(a.roi, static_cast<ImageSize*>(a.ptr[0]), float(a.param[0]));
+               },
+               {nul(0), zeroW, zeroH, rateOne, rateNaN});
+    checkOrder("GetPyramidUpROI", {{o, o + 8}, {}, roi, {2.0}},
+               [](const CallArgs& a) {
+                   return zepiGetPyramidUpROI(a.roi, static_cast<ImageSize*>(a.ptr[0]),
+                                              static_cast<ImageSize*>(a.ptr[1]), float(a.param[0]));
+               },
+               {nul(0), nul(1), zeroW, zeroH, rateOne});
+    checkOrder("PyramidGetSize", {{o, o + 4}, {}, roi, {2.0, 3}},
+               [](const CallArgs& a) {
+                   return zepiPyramidGetSize(static_cast<int*>(a.ptr[0]), static_cast<int*>(a.ptr[1]),
+                                             int(a.param[1]), a.roi, float(a.param[0]));
+               },
+               {nul(0), nul(1), zeroH, zeroW, level0, rateOne});
+    checkOrder("PyramidInit", {{o, o + 64, o + 2048}, {}, roi, {2.0, 3}},
+               [](const CallArgs& a) {
+                   return zepiPyramidInit(static_cast<Pyramid**>(a.ptr[0]), int(a.param[1]), a.roi, float(a.param[0]),
+                                          static_cast<uint8_t*>(a.ptr[1]), static_cast<uint8_t*>(a.ptr[2]));
+               },
+               {nul(0), nul(1), nul(2), zeroH, zeroW, rateOne, level0});
 }
 
 }  // namespace

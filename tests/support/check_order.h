@@ -7,13 +7,13 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <zepcv.h>
 
+#include <deque>
 #include <functional>
 #include <random>
 #include <string>
 #include <vector>
-
-#include <zepcv.h>
 
 #include "support/image.h"
 
@@ -48,13 +48,16 @@ struct BreakerOf {
 
 using Breaker = BreakerOf<CallArgs>;
 
+// Pointer i of the call set to null.
+inline Breaker nullBreaker(int i) {
+    return {"null pointer " + std::to_string(i), i, [i](CallArgs& a) { a.ptr[i] = nullptr; }, zepStsNullPointer};
+}
+
 // Null pointers, then the ROI, then each step group (sizes, then multiples).
 inline std::vector<Breaker> standardBreakers(const std::vector<ImageRole>& roles, ImageSize roi) {
     std::vector<Breaker> b;
     const int n = static_cast<int>(roles.size());
-    for (int i = 0; i < n; ++i)
-        b.push_back({"null image " + std::to_string(i), i, [i](CallArgs& a) { a.ptr[i] = nullptr; },
-                     zepStsNullPointer});
+    for (int i = 0; i < n; ++i) b.push_back(nullBreaker(i));
     b.push_back({"zero width", n, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize});
     b.push_back({"negative height", n + 1, [](CallArgs& a) { a.roi.height = -1; }, zepStsBadSize});
     int groups = 0;
@@ -110,10 +113,34 @@ void expectOrder(const std::string& name, const Args& valid, const Call& call,
     }
 }
 
-// The same for calls described by CallArgs (images in argument order).
-inline void expectCheckOrder(const std::string& name, const CallArgs& valid, const Caller& call,
-                             const std::vector<Breaker>& breakers, const std::vector<const Canvas*>& images) {
-    expectOrder(name, valid, call, breakers, images);
+// Guarded byte images of random contents for `roles` at `roi` (steps and
+// misalignment kept to each element size), and the valid call on them.
+struct RoleImages {
+    std::deque<Image<uint8_t>> images;
+    CallArgs valid;
+    std::vector<const Canvas*> canvases;
+    RoleImages(const std::vector<ImageRole>& roles, ImageSize roi, std::vector<double> param = {})
+        : valid{{}, {}, roi, std::move(param)} {
+        std::mt19937 rng(1);
+        for (const ImageRole& r : roles) {
+            const auto& img =
+                images.emplace_back(rng, roi.width * r.elemBytes * r.channels, roi.height, 1, false, r.elemBytes);
+            valid.ptr.push_back(img.data());
+            valid.step.push_back(img.step());
+            canvases.push_back(&img.canvas);
+        }
+    }
+};
+
+// The driver on such images with the standard breakers, which `adjust` may
+// change for what else the call checks; no image may change on an error.
+inline void expectRoleOrder(const std::string& name, const std::vector<ImageRole>& roles, ImageSize roi,
+                            const Caller& call, const std::function<void(std::vector<Breaker>&)>& adjust = {},
+                            std::vector<double> param = {}) {
+    RoleImages img(roles, roi, std::move(param));
+    std::vector<Breaker> b = standardBreakers(roles, roi);
+    if (adjust) adjust(b);
+    expectOrder(name, img.valid, call, b, img.canvases);
 }
 
 }  // namespace zt

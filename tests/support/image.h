@@ -4,12 +4,15 @@
 // faults and writing past it shows in the guard bytes.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <zepcv.h>
 
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <deque>
 #include <limits>
 #include <random>
 #include <stdexcept>
@@ -129,6 +132,62 @@ private:
     }
 };
 
+// Mask densities: no pixel, exactly one pixel, about a tenth, about nine
+// tenths, every pixel.
+enum class Density { none, one, sparse, dense, all };
+inline constexpr Density kDensities[] = {Density::none, Density::one, Density::sparse, Density::dense, Density::all};
+
+inline void fillMask(std::mt19937& rng, const Image<uint8_t>& m, Density d) {
+    const int w = m.width, h = m.height;
+    const int64_t pick = static_cast<int64_t>(rng() % (static_cast<uint32_t>(w) * static_cast<uint32_t>(h)));
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const bool on = d == Density::all || (d == Density::one && int64_t{y} * w + x == pick) ||
+                            (d == Density::sparse && rng() % 10 == 0) || (d == Density::dense && rng() % 10 != 0);
+            m.at(y)[x] = on ? static_cast<uint8_t>(1 + rng() % 255) : 0;
+        }
+}
+
+inline Image<uint8_t> makeMask(std::mt19937& rng, int w, int h, Density d) {
+    Image<uint8_t> m(rng, w, h);
+    fillMask(rng, m, d);
+    return m;
+}
+
+// Source values: full-range integers, floats with NaN, infinities, -0 and
+// denormals (random); floats in -1000..1000 (moderate) or spread over
+// 2^-60..2^44 with both signs (wide), whose sums round so that the order of
+// the additions shows in the last bits; few distinct values, so that the
+// extremes recur (ties); one value everywhere (constant).
+enum class Values { random, moderate, wide, ties, constant };
+
+// Fills a byte image standing for elements of `elemBytes` bytes.
+inline void fillSource(std::mt19937& rng, const Image<uint8_t>& img, int elemBytes, Values kind) {
+    static const float floatTies[] = {-0.0f, 0.0f, 1.0f, -1.0f, NAN, INFINITY, -INFINITY, 0.0f};
+    const uint32_t pick = rng();
+    const bool few = kind == Values::ties || kind == Values::constant;
+    for (int y = 0; y < img.height; ++y)
+        for (int x = 0; x < img.width / elemBytes; ++x) {
+            const uint32_t r = kind == Values::constant ? pick : rng();
+            if (elemBytes == 4)
+                reinterpret_cast<float*>(img.at(y))[x] =
+                    few                    ? floatTies[r % 8]
+                    : kind == Values::wide ? std::ldexp(float(r % (1u << 24)) * (rng() % 2 ? 1.0f : -1.0f),
+                                                        static_cast<int>(rng() % 80) - 84)
+                                           : randomValue<float>(rng, kind == Values::random);
+            else if (elemBytes == 2)
+                reinterpret_cast<uint16_t*>(img.at(y))[x] = uint16_t(few ? r % 4 * 21845 : r);
+            else
+                img.at(y)[x] = uint8_t(few ? r % 4 * 85 : r);
+        }
+}
+
+inline Image<uint8_t> makeSource(std::mt19937& rng, int elemBytes, int channels, int w, int h, Values kind) {
+    Image<uint8_t> img(rng, w * elemBytes * channels, h, 1, false, elemBytes);
+    fillSource(rng, img, elemBytes, kind);
+    return img;
+}
+
 // Byte-wise comparison of two canvases of the same layout (NaNs by their
 // bits as well). Returns the first differing offset or -1.
 inline int64_t firstDifference(const Canvas& a, const Canvas& b) {
@@ -157,10 +216,46 @@ inline int64_t firstGuardChange(const Canvas& c, const std::vector<uint8_t>& bef
     return -1;
 }
 
+// Runs `ours` on the regions of `outs` and `definition` on copies of them made
+// before, each given the first bytes of the regions. Both must succeed, ours
+// must leave every byte outside the regions as it was, and the two must agree
+// byte for byte (NaNs of 32f regions only by class when `floatNaNs` is set).
+template <class Ours, class Definition>
+::testing::AssertionResult agreeOn(const std::vector<const Canvas*>& outs, Ours&& ours, Definition&& definition,
+                                   bool floatNaNs = false) {
+    std::deque<Canvas> copies;
+    std::vector<std::vector<uint8_t>> before;
+    std::vector<uint8_t*> mine, theirs;
+    for (const Canvas* c : outs) {
+        before.push_back(c->bytes());
+        mine.push_back(c->first());
+        theirs.push_back(copies.emplace_back(*c).first());
+    }
+    if (const ZepStatus s = ours(mine.data()); s != zepStsOk) return ::testing::AssertionFailure() << "status " << s;
+    if (const ZepStatus s = definition(theirs.data()); s != zepStsOk)
+        return ::testing::AssertionFailure() << "definition status " << s;
+    for (size_t i = 0; i < outs.size(); ++i) {
+        if (const int64_t at = firstGuardChange(*outs[i], before[i]); at >= 0)
+            return ::testing::AssertionFailure() << "output " << i << " changed outside its region at byte " << at;
+        if (floatNaNs) canonicalizeNaNs(*outs[i]), canonicalizeNaNs(copies[i]);
+        if (const int64_t at = firstDifference(*outs[i], copies[i]); at >= 0)
+            return ::testing::AssertionFailure() << "output " << i << " differs from the definition at byte " << at;
+    }
+    return ::testing::AssertionSuccess();
+}
+
+// The same for one output image; the calls get its first pixel.
+template <class T, class Ours, class Definition>
+::testing::AssertionResult agree(const Image<T>& out, Ours&& ours, Definition&& definition, bool floatNaNs = false) {
+    return agreeOn(
+        {&out.canvas}, [&](uint8_t* const* o) { return ours(reinterpret_cast<T*>(o[0])); },
+        [&](uint8_t* const* o) { return definition(reinterpret_cast<T*>(o[0])); }, floatNaNs);
+}
+
 // Widths around every block size of 16, 32 and 64 lanes, and a few wide rows.
 inline const std::vector<int>& sweepWidths() {
-    static const std::vector<int> w = {1,  2,  3,  4,  5,  7,  8,   13,  15,  16,  17,  31,  32,  33,
-                                       47, 48, 49, 63, 64, 65, 95,  96,  97,  127, 128, 129, 200, 257};
+    static const std::vector<int> w = {1,  2,  3,  4,  5,  7,  8,  13, 15, 16,  17,  31,  32,  33,
+                                       47, 48, 49, 63, 64, 65, 95, 96, 97, 127, 128, 129, 200, 257};
     return w;
 }
 
