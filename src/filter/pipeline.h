@@ -365,9 +365,13 @@ inline void pairBlock(const PairConstants& c, const __m512i* tp, int k, At at, D
 // two halves are packed and their 16-bit lanes interleaved back into order.
 // Loads keep to the lanes some output of the block reads (an odd last tap
 // pairs with 0, and the value beside it is not loaded at the block's end).
-template <int K, bool FloatRound, class Src, class Dst>
+// Full blocks (N = 32, every offset's lanes inside the row) pass N as a
+// template argument, so that with a fixed K the masks are constants and the
+// tap loop unrolls.
+template <int K, bool FloatRound, int N = 0, class Src, class Dst>
 inline void adjacentBlock(const PairConstants& c, const __m512i* tp, int k, const Src* base, Dst* out, int n) {
     constexpr bool offset = std::is_same_v<Src, uint16_t>;
+    if constexpr (N > 0) n = N;
     const int count = K > 0 ? K : k;
     const int lanes[2] = {n + (n & 1), n - (n & 1)};  // the even and the odd outputs' lanes
     auto load = [&](int o) {
@@ -376,6 +380,7 @@ inline void adjacentBlock(const PairConstants& c, const __m512i* tp, int k, cons
         return load32(base + o, simd::firstLanes32(l));
     };
     __m512i even = _mm512_setzero_si512(), odd = _mm512_setzero_si512();
+#pragma GCC unroll 16
     for (int j = 0; j < count; j += 2) {
         even = _mm512_add_epi32(even, _mm512_madd_epi16(load(j), tp[j >> 1]));
         odd = _mm512_add_epi32(odd, _mm512_madd_epi16(load(j + 1), tp[j >> 1]));
@@ -480,8 +485,9 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
                     Dst* out = dst[y];
                     const int64_t head = lo < E ? lo : E;
                     for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
-                    for (int64_t e = lo; e < hi; e += 32)
-                        adjacentBlock<K, FR>(c, tp, k, row + e - back, out + e, hi - e < 32 ? int(hi - e) : 32);
+                    int64_t e = lo;
+                    for (; e + 32 <= hi; e += 32) adjacentBlock<K, FR, 32>(c, tp, k, row + e - back, out + e, 32);
+                    if (e < hi) adjacentBlock<K, FR>(c, tp, k, row + e - back, out + e, int(hi - e));
                     for (int64_t x = hi > head ? hi : head; x < E; ++x)
                         out[x] = rowElementInt<Src, Dst, Tap, Ch>(p, row, x);
                 }
