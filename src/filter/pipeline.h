@@ -582,16 +582,18 @@ void rowPassFloat(const RowPass<float, float>& p, float* const* dst) {
     }
 }
 
-// Runs the row pass with the kernel specialised for sizes 3 and 5.
+// Runs the row pass with the kernel specialised for sizes 3, 5 and 7.
 template <Path P, class Src, class Dst, class Tap, int Ch>
 void rowPass(const RowPass<Src, Tap>& p, Dst* const* dst) {
     if constexpr (std::is_same_v<Src, float>) {
         if (p.k == 3) return rowPassFloat<P, 3, Ch>(p, dst);
         if (p.k == 5) return rowPassFloat<P, 5, Ch>(p, dst);
+        if (p.k == 7) return rowPassFloat<P, 7, Ch>(p, dst);
         return rowPassFloat<P, 0, Ch>(p, dst);
     } else {
         if (p.k == 3) return rowPassInt<P, 3, Src, Dst, Tap, Ch>(p, dst);
         if (p.k == 5) return rowPassInt<P, 5, Src, Dst, Tap, Ch>(p, dst);
+        if (p.k == 7) return rowPassInt<P, 7, Src, Dst, Tap, Ch>(p, dst);
         return rowPassInt<P, 0, Src, Dst, Tap, Ch>(p, dst);
     }
 }
@@ -764,7 +766,7 @@ void columnPassFloat(const ColumnPass<float, float>& p, float* dst) {
     }
 }
 
-// Runs the column pass with the kernel specialised for sizes 3 and 5.
+// Runs the column pass with the kernel specialised for sizes 3, 5 and 7.
 template <Path P, class Src, class Dst, class Tap>
 void columnPass(const ColumnPass<Src, Tap>& p, Dst* dst) {
     auto run = [&]<int K>() {
@@ -781,6 +783,7 @@ void columnPass(const ColumnPass<Src, Tap>& p, Dst* dst) {
     };
     if (p.k == 3) return run.template operator()<3>();
     if (p.k == 5) return run.template operator()<5>();
+    if (p.k == 7) return run.template operator()<7>();
     run.template operator()<0>();
 }
 
