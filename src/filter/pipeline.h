@@ -156,6 +156,7 @@ inline void integerBlock(const ShiftConstants& sc, const Tap* taps, int k, const
         const __mmask16 m = simd::firstLanes16(n);
         auto tap = [&](int j) { return K > 0 ? tapsI[j] : _mm512_set1_epi32(taps[j]); };
         __m512i acc = _mm512_mullo_epi32(tap(0), load16(at(0), m));
+#pragma GCC unroll 16
         for (int j = 1; j < count; ++j) acc = _mm512_add_epi32(acc, _mm512_mullo_epi32(tap(j), load16(at(j), m)));
         if (sc.shifts) {  // round-half-to-even of acc / 2^s (see the file comment)
             const __m512i odd = _mm512_and_si512(_mm512_maskz_sra_epi32(0xFFFF, acc, sc.count), sc.one);
@@ -172,6 +173,7 @@ inline void integerBlock(const ShiftConstants& sc, const Tap* taps, int k, const
             const int left = n - half < 8 ? n - half : 8;
             const __mmask8 m = static_cast<__mmask8>((1u << left) - 1u);
             __m512d acc = _mm512_mul_pd(tap(0), load8d(at(0) + half, m));
+#pragma GCC unroll 16
             for (int j = 1; j < count; ++j) acc = _mm512_add_pd(acc, _mm512_mul_pd(tap(j), load8d(at(j) + half, m)));
             __m512d q = _mm512_roundscale_pd(_mm512_div_pd(acc, d), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
             q = _mm512_min_pd(_mm512_max_pd(q, lo), hi);
@@ -217,11 +219,11 @@ constexpr int kMaxPairTaps = 32;
 struct PairPlan {
     bool ok = false;
     int shift = 0;
-    bool negate = false;     // divisor < 0: the taps are negated instead of the quotient
-    bool offset = false;     // 16u values enter as v - 32768
-    bool symmetric = false;  // taps[j] == taps[k-1-j] and two values add without wrapping
-    bool floatRound = false; // every sum below 2^24: rounded through single precision
-    int32_t q = 0;           // with the offset: sum = sum' + q * 2^shift
+    bool negate = false;      // divisor < 0: the taps are negated instead of the quotient
+    bool offset = false;      // 16u values enter as v - 32768
+    bool symmetric = false;   // taps[j] == taps[k-1-j] and two values add without wrapping
+    bool floatRound = false;  // every sum below 2^24: rounded through single precision
+    int32_t q = 0;            // with the offset: sum = sum' + q * 2^shift
 };
 
 // valueBound: the largest magnitude of a value as it enters the products.
@@ -345,6 +347,7 @@ inline void pairBlock(const PairConstants& c, const __m512i* tp, int k, At at, D
     };
     __m512i lo = _mm512_setzero_si512(), hi = _mm512_setzero_si512();
     int j = 0;
+#pragma GCC unroll 16
     for (; j + 1 < n; j += 2) {
         const __m512i a = value(j), b = value(j + 1);
         lo = _mm512_add_epi32(lo, _mm512_madd_epi16(_mm512_unpacklo_epi16(a, b), tp[j >> 1]));
@@ -388,8 +391,8 @@ inline void adjacentBlock(const PairConstants& c, const __m512i* tp, int k, cons
     even = pairRound<FloatRound, offset>(c, even);
     odd = pairRound<FloatRound, offset>(c, odd);
     // packs gives, in each 128-bit lane, four even then four odd outputs.
-    const __m512i packed = std::is_same_v<Dst, uint16_t> ? _mm512_packus_epi32(even, odd)
-                                                         : _mm512_packs_epi32(even, odd);
+    const __m512i packed =
+        std::is_same_v<Dst, uint16_t> ? _mm512_packus_epi32(even, odd) : _mm512_packs_epi32(even, odd);
     const __m512i order = _mm512_broadcast_i32x4(_mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));
     _mm512_mask_storeu_epi16(out, simd::firstLanes32(n), _mm512_shuffle_epi8(packed, order));
 }
@@ -508,12 +511,13 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
             int64_t e = lo;
             for (; e + 32 <= hi; e += 32) {
                 const Src* base = row + e - back;
-                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return base + j * Ch; }, out + e, ~__mmask32{0});
+                pairBlock<K, Sym, FR>(
+                    c, tp, k, [&](int j) { return base + j * Ch; }, out + e, ~__mmask32{0});
             }
             if (e < hi) {
                 const Src* base = row + e - back;
-                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return base + j * Ch; }, out + e,
-                                      simd::firstLanes32(int(hi - e)));
+                pairBlock<K, Sym, FR>(
+                    c, tp, k, [&](int j) { return base + j * Ch; }, out + e, simd::firstLanes32(int(hi - e)));
             }
             for (int64_t x = hi > head ? hi : head; x < E; ++x) out[x] = rowElementInt<Src, Dst, Tap, Ch>(p, row, x);
         }
@@ -530,9 +534,9 @@ void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
     const int64_t E = int64_t{p.roi.width} * Ch;
     int64_t lo = E, hi = E;
     if (plan.mode != IntMode::scalar) interior<Src, Tap, Ch>(p, lo, hi);
-    const PairPlan pairs =
-        P == Path::vector ? planPairs<Src>(p.taps, p.k, p.divisor, std::is_same_v<Src, uint8_t> ? 255 : 32768)
-                          : PairPlan{};
+    const PairPlan pairs = P == Path::vector
+                               ? planPairs<Src>(p.taps, p.k, p.divisor, std::is_same_v<Src, uint8_t> ? 255 : 32768)
+                               : PairPlan{};
     if (pairs.ok) return rowPassPairs<K, Src, Dst, Tap, Ch>(p, dst, pairs);
     for (int y = 0; y < p.roi.height; ++y) {
         const Src* row = reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
@@ -574,6 +578,7 @@ void rowPassFloat(const RowPass<float, float>& p, float* const* dst) {
             const __mmask16 m = simd::firstLanes16(hi - e < 16 ? int(hi - e) : 16);
             const float* base = row + e - int64_t{p.anchor} * Ch;
             __m512 acc = _mm512_mul_ps(tap(0), _mm512_maskz_loadu_ps(m, base));
+#pragma GCC unroll 16
             for (int j = 1; j < count; ++j)
                 acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), _mm512_maskz_loadu_ps(m, base + j * Ch)));
             _mm512_mask_storeu_ps(out + e, m, acc);
@@ -627,10 +632,11 @@ void columnPassPairs(const ColumnPass<Src, Tap>& p, Dst* dst, const PairPlan& pl
             Dst* out = reinterpret_cast<Dst*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
             int64_t e = 0;
             for (; e + 32 <= E; e += 32)
-                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return rows[j] + e; }, out + e, ~__mmask32{0});
+                pairBlock<K, Sym, FR>(
+                    c, tp, k, [&](int j) { return rows[j] + e; }, out + e, ~__mmask32{0});
             if (e < E)
-                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return rows[j] + e; }, out + e,
-                                      simd::firstLanes32(int(E - e)));
+                pairBlock<K, Sym, FR>(
+                    c, tp, k, [&](int j) { return rows[j] + e; }, out + e, simd::firstLanes32(int(E - e)));
         }
     });
 }
@@ -695,6 +701,7 @@ void columnPassSingle(const ColumnPass<int16_t, int16_t>& p, Dst* dst) {
                 const __mmask16 m = simd::firstLanes16(n);
                 auto value = [&](int j) { return _mm512_cvtepi32_ps(_mm512_slli_epi32(load16(rows[j] + e, m), 16)); };
                 __m512 acc = _mm512_mul_ps(tap(0), value(0));
+#pragma GCC unroll 16
                 for (int j = 1; j < count; ++j) acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), value(j)));
                 acc = _mm512_min_ps(_mm512_max_ps(acc, lo), hi);
                 store16(out + e, m, _mm512_cvt_roundps_epi32(acc, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
@@ -753,6 +760,7 @@ void columnPassFloat(const ColumnPass<float, float>& p, float* dst) {
             for (; e < p.elements; e += 16) {
                 const __mmask16 m = simd::firstLanes16(p.elements - e < 16 ? int(p.elements - e) : 16);
                 __m512 acc = _mm512_mul_ps(tap(0), _mm512_maskz_loadu_ps(m, rows[0] + e));
+#pragma GCC unroll 16
                 for (int j = 1; j < count; ++j)
                     acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), _mm512_maskz_loadu_ps(m, rows[j] + e)));
                 _mm512_mask_storeu_ps(out + e, m, acc);
