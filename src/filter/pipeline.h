@@ -559,6 +559,44 @@ void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
     }
 }
 
+// The elements from p to the next cache line start (0 if p is on one or
+// elements cannot reach one).
+template <class T>
+inline int64_t toLine(const T* p) {
+    const int64_t bytes = int64_t((64 - (reinterpret_cast<uintptr_t>(p) & 63)) & 63);
+    return bytes % int64_t(sizeof(T)) ? 0 : bytes / int64_t(sizeof(T));
+}
+
+// Sixteen single-precision sums in tap order (no fused multiply-add):
+// tap(0) * v0 + tap(1) * v1 + ..., the values of tap j at at(j) (lanes of m;
+// full blocks pass a constant mask and load without one).
+template <int K, class Tap, class At>
+inline __m512 floatSum(Tap tap, int count, At at, __mmask16 m) {
+    auto load = [&](int j) { return m == 0xFFFF ? _mm512_loadu_ps(at(j)) : _mm512_maskz_loadu_ps(m, at(j)); };
+    __m512 acc = _mm512_mul_ps(tap(0), load(0));
+#pragma GCC unroll 16
+    for (int j = 1; j < count; ++j) acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), load(j)));
+    return acc;
+}
+// Two such sums side by side (at(0, j) and at(1, j)), so that the two
+// dependency chains of additions overlap.
+template <int K, class Tap, class At>
+inline void floatSum2(Tap tap, int count, At at, __m512& s0, __m512& s1) {
+    __m512 a0 = _mm512_mul_ps(tap(0), _mm512_loadu_ps(at(0, 0)));
+    __m512 a1 = _mm512_mul_ps(tap(0), _mm512_loadu_ps(at(1, 0)));
+#pragma GCC unroll 16
+    for (int j = 1; j < count; ++j) {
+        a0 = _mm512_add_ps(a0, _mm512_mul_ps(tap(j), _mm512_loadu_ps(at(0, j))));
+        a1 = _mm512_add_ps(a1, _mm512_mul_ps(tap(j), _mm512_loadu_ps(at(1, j))));
+    }
+    s0 = a0;
+    s1 = a1;
+}
+template <int K, class Tap>
+inline __m512 floatSum(Tap tap, int count, const float* base, int64_t stride, __mmask16 m) {
+    return floatSum<K>(tap, count, [&](int j) { return base + j * stride; }, m);
+}
+
 template <Path P, int K, int Ch>
 void rowPassFloat(const RowPass<float, float>& p, float* const* dst) {
     __m512 tv[K > 0 ? K : 1] = {};
@@ -569,21 +607,31 @@ void rowPassFloat(const RowPass<float, float>& p, float* const* dst) {
     const int64_t E = int64_t{p.roi.width} * Ch;
     int64_t lo = E, hi = E;
     if (P == Path::vector) interior<float, float, Ch>(p, lo, hi);
+    const int64_t back = int64_t{p.anchor} * Ch;
     for (int y = 0; y < p.roi.height; ++y) {
         const float* row = reinterpret_cast<const float*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
         float* out = dst[y];
         const int64_t head = lo < E ? lo : E;
         for (int64_t e = 0; e < head; ++e) out[e] = rowElementFloat<Ch>(p, row, e);
-        for (int64_t e = lo; e < hi; e += 16) {
-            const __mmask16 m = simd::firstLanes16(hi - e < 16 ? int(hi - e) : 16);
-            const float* base = row + e - int64_t{p.anchor} * Ch;
-            __m512 acc = _mm512_mul_ps(tap(0), _mm512_maskz_loadu_ps(m, base));
-#pragma GCC unroll 16
-            for (int j = 1; j < count; ++j)
-                acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), _mm512_maskz_loadu_ps(m, base + j * Ch)));
-            _mm512_mask_storeu_ps(out + e, m, acc);
+        int64_t e = lo;
+        if (const int64_t a = toLine(out + e); a > 0 && e < hi) {  // a first block up to the line start
+            const __mmask16 m = simd::firstLanes16(int(hi - e < a ? hi - e : a));
+            _mm512_mask_storeu_ps(out + e, m, floatSum<K>(tap, count, row + e - back, Ch, m));
+            e = hi - e < a ? hi : e + a;
         }
-        for (int64_t e = hi > head ? hi : head; e < E; ++e) out[e] = rowElementFloat<Ch>(p, row, e);
+        for (; e + 32 <= hi; e += 32) {
+            __m512 s0, s1;
+            const float* base = row + e - back;
+            floatSum2<K>(tap, count, [&](int b, int j) { return base + 16 * b + j * Ch; }, s0, s1);
+            _mm512_storeu_ps(out + e, s0);
+            _mm512_storeu_ps(out + e + 16, s1);
+        }
+        for (; e + 16 <= hi; e += 16) _mm512_storeu_ps(out + e, floatSum<K>(tap, count, row + e - back, Ch, 0xFFFF));
+        if (e < hi) {
+            const __mmask16 m = simd::firstLanes16(int(hi - e));
+            _mm512_mask_storeu_ps(out + e, m, floatSum<K>(tap, count, row + e - back, Ch, m));
+        }
+        for (e = hi > head ? hi : head; e < E; ++e) out[e] = rowElementFloat<Ch>(p, row, e);
     }
 }
 
@@ -757,13 +805,23 @@ void columnPassFloat(const ColumnPass<float, float>& p, float* dst) {
         float* out = reinterpret_cast<float*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
         int64_t e = 0;
         if constexpr (P == Path::vector) {
-            for (; e < p.elements; e += 16) {
-                const __mmask16 m = simd::firstLanes16(p.elements - e < 16 ? int(p.elements - e) : 16);
-                __m512 acc = _mm512_mul_ps(tap(0), _mm512_maskz_loadu_ps(m, rows[0] + e));
-#pragma GCC unroll 16
-                for (int j = 1; j < count; ++j)
-                    acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), _mm512_maskz_loadu_ps(m, rows[j] + e)));
-                _mm512_mask_storeu_ps(out + e, m, acc);
+            if (const int64_t a = toLine(out); a > 0) {  // a first block up to the line start
+                const __mmask16 m = simd::firstLanes16(int(p.elements < a ? p.elements : a));
+                _mm512_mask_storeu_ps(out, m, floatSum<K>(tap, count, [&](int j) { return rows[j]; }, m));
+                e = p.elements < a ? p.elements : a;
+            }
+            for (; e + 32 <= p.elements; e += 32) {
+                __m512 s0, s1;
+                floatSum2<K>(tap, count, [&](int b, int j) { return rows[j] + e + 16 * b; }, s0, s1);
+                _mm512_storeu_ps(out + e, s0);
+                _mm512_storeu_ps(out + e + 16, s1);
+            }
+            for (; e + 16 <= p.elements; e += 16)
+                _mm512_storeu_ps(out + e, floatSum<K>(tap, count, [&](int j) { return rows[j] + e; }, 0xFFFF));
+            if (e < p.elements) {
+                const __mmask16 m = simd::firstLanes16(int(p.elements - e));
+                _mm512_mask_storeu_ps(out + e, m, floatSum<K>(tap, count, [&](int j) { return rows[j] + e; }, m));
+                e = p.elements;
             }
         }
         for (; e < p.elements; ++e) {
