@@ -143,7 +143,8 @@ ZepStatus gaussianBorder32(const T* pSrc, int srcStep, T* pDst, int dstStep, Ima
     // Ring rows start on cache lines when the buffer of the documented size
     // has room for the padding (it has, but for the narrowest images).
     const int64_t strip = roi.height < k ? roi.height : k;
-    const int64_t size = gaussianBufferSize(uint32_t(roi.width), uint32_t(roi.height), uint32_t(k), typeCode<T>(), Ch);
+    const int64_t size =
+        gaussianBufferSize(uint32_t(roi.width), uint32_t(roi.height), uint32_t(k), typeCode<T>(), Ch);
     GaussianLayout lay{};
     const bool align = gaussianLayout(pBuffer, roi.width, k, Ch, strip, sizeof(InterOf<T>), sizeof(T), sizeof(T),
                                       false, true, lay) <= size;

@@ -27,7 +27,6 @@ template <class T>
 using TapOf = std::conditional_t<std::is_same_v<T, float>, float,
                                  std::conditional_t<std::is_same_v<T, uint16_t>, uint16_t, int16_t>>;
 
-
 // The spec's fixed fields, in order; the taps follow from the first 16-byte
 // aligned position behind them (16-bit integers, or floats for 32f).
 struct GaussianHeader {

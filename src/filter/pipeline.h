@@ -594,7 +594,8 @@ inline void floatSum2(Tap tap, int count, At at, __m512& s0, __m512& s1) {
 }
 template <int K, class Tap>
 inline __m512 floatSum(Tap tap, int count, const float* base, int64_t stride, __mmask16 m) {
-    return floatSum<K>(tap, count, [&](int j) { return base + j * stride; }, m);
+    return floatSum<K>(
+        tap, count, [&](int j) { return base + j * stride; }, m);
 }
 
 template <Path P, int K, int Ch>
@@ -622,7 +623,8 @@ void rowPassFloat(const RowPass<float, float>& p, float* const* dst) {
         for (; e + 32 <= hi; e += 32) {
             __m512 s0, s1;
             const float* base = row + e - back;
-            floatSum2<K>(tap, count, [&](int b, int j) { return base + 16 * b + j * Ch; }, s0, s1);
+            floatSum2<K>(
+                tap, count, [&](int b, int j) { return base + 16 * b + j * Ch; }, s0, s1);
             _mm512_storeu_ps(out + e, s0);
             _mm512_storeu_ps(out + e + 16, s1);
         }
@@ -800,34 +802,55 @@ void columnPassFloat(const ColumnPass<float, float>& p, float* dst) {
         for (int j = 0; j < K; ++j) tv[j] = _mm512_set1_ps(p.taps[j]);
     auto tap = [&](int j) { return K > 0 ? tv[j] : _mm512_set1_ps(p.taps[j]); };
     const int count = K > 0 ? K : p.k;
-    for (int64_t y = 0; y < p.height; ++y) {
+    const int64_t E = p.elements;
+    // Elements [e0, e1) of output row y.
+    auto span = [&](int64_t y, int64_t e0, int64_t e1) {
         const float* const* rows = p.rows + y;
         float* out = reinterpret_cast<float*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
-        int64_t e = 0;
-        if constexpr (P == Path::vector) {
-            if (const int64_t a = toLine(out); a > 0) {  // a first block up to the line start
-                const __mmask16 m = simd::firstLanes16(int(p.elements < a ? p.elements : a));
-                _mm512_mask_storeu_ps(out, m, floatSum<K>(tap, count, [&](int j) { return rows[j]; }, m));
-                e = p.elements < a ? p.elements : a;
-            }
-            for (; e + 32 <= p.elements; e += 32) {
-                __m512 s0, s1;
-                floatSum2<K>(tap, count, [&](int b, int j) { return rows[j] + e + 16 * b; }, s0, s1);
-                _mm512_storeu_ps(out + e, s0);
-                _mm512_storeu_ps(out + e + 16, s1);
-            }
-            for (; e + 16 <= p.elements; e += 16)
-                _mm512_storeu_ps(out + e, floatSum<K>(tap, count, [&](int j) { return rows[j] + e; }, 0xFFFF));
-            if (e < p.elements) {
-                const __mmask16 m = simd::firstLanes16(int(p.elements - e));
-                _mm512_mask_storeu_ps(out + e, m, floatSum<K>(tap, count, [&](int j) { return rows[j] + e; }, m));
-                e = p.elements;
-            }
+        int64_t e = e0;
+        if (const int64_t a = toLine(out + e); a > 0) {  // a first block up to the line start
+            const __mmask16 m = simd::firstLanes16(int(e1 - e < a ? e1 - e : a));
+            _mm512_mask_storeu_ps(out + e, m,
+                                  floatSum<K>(
+                                      tap, count, [&](int j) { return rows[j] + e; }, m));
+            e = e1 - e < a ? e1 : e + a;
         }
-        for (; e < p.elements; ++e) {
-            float sum = p.taps[0] * rows[0][e];
-            for (int j = 1; j < p.k; ++j) sum = sum + p.taps[j] * rows[j][e];
-            out[e] = sum;
+        for (; e + 32 <= e1; e += 32) {
+            __m512 s0, s1;
+            floatSum2<K>(
+                tap, count, [&](int b, int j) { return rows[j] + e + 16 * b; }, s0, s1);
+            _mm512_storeu_ps(out + e, s0);
+            _mm512_storeu_ps(out + e + 16, s1);
+        }
+        for (; e + 16 <= e1; e += 16)
+            _mm512_storeu_ps(out + e, floatSum<K>(
+                                          tap, count, [&](int j) { return rows[j] + e; }, 0xFFFF));
+        if (e < e1) {
+            const __mmask16 m = simd::firstLanes16(int(e1 - e));
+            _mm512_mask_storeu_ps(out + e, m,
+                                  floatSum<K>(
+                                      tap, count, [&](int j) { return rows[j] + e; }, m));
+        }
+    };
+    if constexpr (P == Path::vector) {
+        // Groups of up to kGroup output rows, each in column strips of kStrip
+        // elements: the strip of a source row is loaded into L1 once and
+        // reused there by the outputs of the group that read it.
+        constexpr int64_t kStrip = 512, kGroup = 8;
+        for (int64_t y0 = 0; y0 < p.height; y0 += kGroup) {
+            const int64_t y1 = p.height - y0 < kGroup ? p.height : y0 + kGroup;
+            for (int64_t e0 = 0; e0 < E; e0 += kStrip)
+                for (int64_t y = y0; y < y1; ++y) span(y, e0, E - e0 < kStrip ? E : e0 + kStrip);
+        }
+    } else {
+        for (int64_t y = 0; y < p.height; ++y) {
+            const float* const* rows = p.rows + y;
+            float* out = reinterpret_cast<float*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
+            for (int64_t e = 0; e < E; ++e) {
+                float sum = p.taps[0] * rows[0][e];
+                for (int j = 1; j < p.k; ++j) sum = sum + p.taps[j] * rows[j][e];
+                out[e] = sum;
+            }
         }
     }
 }
