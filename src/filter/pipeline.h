@@ -800,12 +800,21 @@ void columnPassFloat(const ColumnPass<float, float>& p, float* dst) {
     __m512 tv[K > 0 ? K : 1] = {};
     if constexpr (K > 0)
         for (int j = 0; j < K; ++j) tv[j] = _mm512_set1_ps(p.taps[j]);
-    auto tap = [&](int j) { return K > 0 ? tv[j] : _mm512_set1_ps(p.taps[j]); };
     const int count = K > 0 ? K : p.k;
     const int64_t E = p.elements;
     // Elements [e0, e1) of output row y.
+    // (The row pointers and, with the span not inlined, the taps would be
+    // reloaded after every store: copied to locals they stay in registers.)
     auto span = [&](int64_t y, int64_t e0, int64_t e1) {
+        const float* rowsLocal[K > 0 ? K : 1];
         const float* const* rows = p.rows + y;
+        if constexpr (K > 0) {
+            for (int j = 0; j < K; ++j) rowsLocal[j] = rows[j];
+            rows = rowsLocal;
+        }
+        __m512 tl[K > 0 ? K : 1];
+        for (int j = 0; j < (K > 0 ? K : 1); ++j) tl[j] = tv[j];
+        auto tap = [&](int j) { return K > 0 ? tl[j] : _mm512_set1_ps(p.taps[j]); };
         float* out = reinterpret_cast<float*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
         int64_t e = e0;
         if (const int64_t a = toLine(out + e); a > 0) {  // a first block up to the line start
