@@ -482,6 +482,9 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
     if constexpr (Ch == 1 && sizeof(Src) == 2) {
         if (!plan.symmetric) {
             auto run = [&]<bool FR>() {
+                const PairConstants cl = c;  // (locals stay in registers across the stores)
+                __m512i tl[kMaxPairTaps / 2];
+                for (int i = 0; i < (K > 0 ? (K + 1) / 2 : (k + 1) / 2); ++i) tl[i] = tp[i];
                 for (int y = 0; y < p.roi.height; ++y) {
                     const Src* row =
                         reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
@@ -489,8 +492,8 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
                     const int64_t head = lo < E ? lo : E;
                     for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
                     int64_t e = lo;
-                    for (; e + 32 <= hi; e += 32) adjacentBlock<K, FR, 32>(c, tp, k, row + e - back, out + e, 32);
-                    if (e < hi) adjacentBlock<K, FR>(c, tp, k, row + e - back, out + e, int(hi - e));
+                    for (; e + 32 <= hi; e += 32) adjacentBlock<K, FR, 32>(cl, tl, k, row + e - back, out + e, 32);
+                    if (e < hi) adjacentBlock<K, FR>(cl, tl, k, row + e - back, out + e, int(hi - e));
                     for (int64_t x = hi > head ? hi : head; x < E; ++x)
                         out[x] = rowElementInt<Src, Dst, Tap, Ch>(p, row, x);
                 }
@@ -503,6 +506,9 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
         }
     }
     withPairForms(plan, [&]<bool Sym, bool FR>() {
+        const PairConstants cl = c;  // (locals stay in registers across the stores)
+        __m512i tl[kMaxPairTaps / 2];
+        for (int i = 0; i < (K > 0 ? (K + 1) / 2 : (k + 1) / 2); ++i) tl[i] = tp[i];
         for (int y = 0; y < p.roi.height; ++y) {
             const Src* row = reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
             Dst* out = dst[y];
@@ -512,12 +518,12 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
             for (; e + 32 <= hi; e += 32) {
                 const Src* base = row + e - back;
                 pairBlock<K, Sym, FR>(
-                    c, tp, k, [&](int j) { return base + j * Ch; }, out + e, ~__mmask32{0});
+                    cl, tl, k, [&](int j) { return base + j * Ch; }, out + e, ~__mmask32{0});
             }
             if (e < hi) {
                 const Src* base = row + e - back;
                 pairBlock<K, Sym, FR>(
-                    c, tp, k, [&](int j) { return base + j * Ch; }, out + e, simd::firstLanes32(int(hi - e)));
+                    cl, tl, k, [&](int j) { return base + j * Ch; }, out + e, simd::firstLanes32(int(hi - e)));
             }
             for (int64_t x = hi > head ? hi : head; x < E; ++x) out[x] = rowElementInt<Src, Dst, Tap, Ch>(p, row, x);
         }
@@ -676,6 +682,9 @@ void columnPassPairs(const ColumnPass<Src, Tap>& p, Dst* dst, const PairPlan& pl
     const int k = p.k;
     const int64_t E = p.elements;
     withPairForms(plan, [&]<bool Sym, bool FR>() {
+        const PairConstants cl = c;  // (locals stay in registers across the stores)
+        __m512i tl[kMaxPairTaps / 2];
+        for (int i = 0; i < (K > 0 ? (K + 1) / 2 : (k + 1) / 2); ++i) tl[i] = tp[i];
         for (int64_t y = 0; y < p.height; ++y) {
             const Src* rows[kMaxPairTaps];
             for (int j = 0; j < k; ++j) rows[j] = p.rows[y + j];
@@ -683,10 +692,10 @@ void columnPassPairs(const ColumnPass<Src, Tap>& p, Dst* dst, const PairPlan& pl
             int64_t e = 0;
             for (; e + 32 <= E; e += 32)
                 pairBlock<K, Sym, FR>(
-                    c, tp, k, [&](int j) { return rows[j] + e; }, out + e, ~__mmask32{0});
+                    cl, tl, k, [&](int j) { return rows[j] + e; }, out + e, ~__mmask32{0});
             if (e < E)
                 pairBlock<K, Sym, FR>(
-                    c, tp, k, [&](int j) { return rows[j] + e; }, out + e, simd::firstLanes32(int(E - e)));
+                    cl, tl, k, [&](int j) { return rows[j] + e; }, out + e, simd::firstLanes32(int(E - e)));
         }
     });
 }
