@@ -309,10 +309,12 @@ inline void store32(uint16_t* p, __mmask32 m, __m512i lo, __m512i hi) {
 }
 inline void store32(uint8_t* p, __mmask32 m, __m512i lo, __m512i hi) {
     const __m512i w = _mm512_max_epi16(_mm512_packs_epi32(lo, hi), _mm512_setzero_si512());
-    _mm256_mask_storeu_epi8(p, m, _mm512_cvtusepi16_epi8(w));
+    // (explicit pass-through operands: GCC's "undefined" ones warn in debug builds)
+    _mm256_mask_storeu_epi8(p, m, _mm512_mask_cvtusepi16_epi8(_mm256_setzero_si256(), ~__mmask32{0}, w));
 }
 inline void store32(int8_t* p, __mmask32 m, __m512i lo, __m512i hi) {
-    _mm256_mask_storeu_epi8(p, m, _mm512_cvtsepi16_epi8(_mm512_packs_epi32(lo, hi)));
+    _mm256_mask_storeu_epi8(
+        p, m, _mm512_mask_cvtsepi16_epi8(_mm256_setzero_si256(), ~__mmask32{0}, _mm512_packs_epi32(lo, hi)));
 }
 
 // Round-half-to-even of the 32-bit sums by 2^s (with the offset's Q).
@@ -324,10 +326,10 @@ inline __m512i pairRound(const PairConstants& c, __m512i v) {
         return _mm512_mask_cvt_roundps_epi32(_mm512_setzero_si512(), 0xFFFF, f,
                                              _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
     } else {
-        __m512i h = _mm512_sra_epi32(v, c.count);
+        __m512i h = _mm512_maskz_sra_epi32(0xFFFF, v, c.count);
         if constexpr (Offset) h = _mm512_add_epi32(h, c.q);
         const __m512i odd = _mm512_and_si512(h, c.one);
-        v = _mm512_sra_epi32(_mm512_add_epi32(_mm512_add_epi32(v, c.bias), odd), c.count);
+        v = _mm512_maskz_sra_epi32(0xFFFF, _mm512_add_epi32(_mm512_add_epi32(v, c.bias), odd), c.count);
         if constexpr (Offset) v = _mm512_add_epi32(v, c.q);
         return v;
     }
