@@ -470,6 +470,42 @@ inline void interior(const RowPass<Src, Tap>& p, int64_t& lo, int64_t& hi) {
     if (hi < lo) hi = lo;
 }
 
+// Elements [e0, e1) of a row by the definition, for the vector passes' row
+// heads and tails: the extended pixels of their window are synthesised once
+// each (not once per tap), then every element sums as rowElementInt or
+// rowElementFloat does, in the same order.
+template <class Src, class Dst, class Tap, int Ch>
+inline void edgeSpan(const RowPass<Src, Tap>& p, const Src* row, Dst* out, int64_t e0, int64_t e1) {
+    constexpr int64_t kWindow = 256;  // elements
+    if (e0 >= e1) return;
+    const int64_t x0 = e0 / Ch, n = (e1 - 1) / Ch - x0 + p.k;  // the window's first pixel is x0 - anchor
+    if (n * Ch > kWindow) {
+        for (int64_t e = e0; e < e1; ++e) {
+            if constexpr (std::is_same_v<Src, float>)
+                out[e] = rowElementFloat<Ch>(p, row, e);
+            else
+                out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+        }
+        return;
+    }
+    Src w[kWindow];
+    for (int64_t i = 0; i < n; ++i)
+        for (int c = 0; c < Ch; ++c)
+            w[i * Ch + c] = extended<Src, Ch>(row, x0 - p.anchor + i, c, p.roi.width, p.border, p.value);
+    for (int64_t e = e0; e < e1; ++e) {
+        const Src* v = w + (e / Ch - x0) * Ch + e % Ch;  // ext(x - anchor) of element e
+        if constexpr (std::is_same_v<Src, float>) {
+            float sum = p.taps[0] * v[0];
+            for (int j = 1; j < p.k; ++j) sum = sum + p.taps[j] * v[j * Ch];
+            out[e] = sum;
+        } else {
+            int64_t sum = 0;
+            for (int j = 0; j < p.k; ++j) sum += int64_t(p.taps[j]) * v[j * Ch];
+            out[e] = saturate<Dst>(roundDivEven(sum, p.divisor));
+        }
+    }
+}
+
 // The integer row pass in paired 16-bit products (the plan holds).
 template <int K, class Src, class Dst, class Tap, int Ch>
 void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& plan) {
@@ -492,12 +528,11 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
                         reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
                     Dst* out = dst[y];
                     const int64_t head = lo < E ? lo : E;
-                    for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+                    edgeSpan<Src, Dst, Tap, Ch>(p, row, out, 0, head);
                     int64_t e = lo;
                     for (; e + 32 <= hi; e += 32) adjacentBlock<K, FR, 32>(cl, tl, k, row + e - back, out + e, 32);
                     if (e < hi) adjacentBlock<K, FR>(cl, tl, k, row + e - back, out + e, int(hi - e));
-                    for (int64_t x = hi > head ? hi : head; x < E; ++x)
-                        out[x] = rowElementInt<Src, Dst, Tap, Ch>(p, row, x);
+                    edgeSpan<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E);
                 }
             };
             if (plan.floatRound)
@@ -515,7 +550,7 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
             const Src* row = reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
             Dst* out = dst[y];
             const int64_t head = lo < E ? lo : E;
-            for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+            edgeSpan<Src, Dst, Tap, Ch>(p, row, out, 0, head);
             int64_t e = lo;
             for (; e + 32 <= hi; e += 32) {
                 const Src* base = row + e - back;
@@ -527,13 +562,17 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
                 pairBlock<K, Sym, FR>(
                     cl, tl, k, [&](int j) { return base + j * Ch; }, out + e, simd::firstLanes32(int(hi - e)));
             }
-            for (int64_t x = hi > head ? hi : head; x < E; ++x) out[x] = rowElementInt<Src, Dst, Tap, Ch>(p, row, x);
+            edgeSpan<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E);
         }
     });
 }
 
 template <Path P, int K, class Src, class Dst, class Tap, int Ch>
 void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
+    const PairPlan pairs = P == Path::vector
+                               ? planPairs<Src>(p.taps, p.k, p.divisor, std::is_same_v<Src, uint8_t> ? 255 : 32768)
+                               : PairPlan{};
+    if (pairs.ok) return rowPassPairs<K, Src, Dst, Tap, Ch>(p, dst, pairs);
     const IntPlan plan = P == Path::vector ? planInteger<Src>(p.taps, p.k, p.divisor) : IntPlan{};
     __m512i ti[K > 0 ? K : 1] = {};
     __m512d td[K > 0 ? K : 1] = {};
@@ -542,15 +581,14 @@ void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
     const int64_t E = int64_t{p.roi.width} * Ch;
     int64_t lo = E, hi = E;
     if (plan.mode != IntMode::scalar) interior<Src, Tap, Ch>(p, lo, hi);
-    const PairPlan pairs = P == Path::vector
-                               ? planPairs<Src>(p.taps, p.k, p.divisor, std::is_same_v<Src, uint8_t> ? 255 : 32768)
-                               : PairPlan{};
-    if (pairs.ok) return rowPassPairs<K, Src, Dst, Tap, Ch>(p, dst, pairs);
     for (int y = 0; y < p.roi.height; ++y) {
         const Src* row = reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
         Dst* out = dst[y];
         const int64_t head = lo < E ? lo : E;
-        for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+        if (P == Path::vector)
+            edgeSpan<Src, Dst, Tap, Ch>(p, row, out, 0, head);
+        else
+            for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
         auto interiorLoop = [&]<IntMode M>() {
             for (int64_t e = lo; e < hi; e += 16) {
                 const Src* base = row + e - int64_t{p.anchor} * Ch;
@@ -563,7 +601,10 @@ void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
             interiorLoop.template operator()<IntMode::shift32>();
         else
             interiorLoop.template operator()<IntMode::exact64>();
-        for (int64_t e = hi > head ? hi : head; e < E; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+        if (P == Path::vector)
+            edgeSpan<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E);
+        else
+            for (int64_t e = hi > head ? hi : head; e < E; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
     }
 }
 
@@ -621,7 +662,10 @@ void rowPassFloat(const RowPass<float, float>& p, float* const* dst) {
         const float* row = reinterpret_cast<const float*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
         float* out = dst[y];
         const int64_t head = lo < E ? lo : E;
-        for (int64_t e = 0; e < head; ++e) out[e] = rowElementFloat<Ch>(p, row, e);
+        if (P == Path::vector)
+            edgeSpan<float, float, float, Ch>(p, row, out, 0, head);
+        else
+            for (int64_t e = 0; e < head; ++e) out[e] = rowElementFloat<Ch>(p, row, e);
         int64_t e = lo;
         if (const int64_t a = toLine(out + e); a > 0 && e < hi) {  // a first block up to the line start
             const __mmask16 m = simd::firstLanes16(int(hi - e < a ? hi - e : a));
@@ -641,7 +685,10 @@ void rowPassFloat(const RowPass<float, float>& p, float* const* dst) {
             const __mmask16 m = simd::firstLanes16(int(hi - e));
             _mm512_mask_storeu_ps(out + e, m, floatSum<K>(tap, count, row + e - back, Ch, m));
         }
-        for (e = hi > head ? hi : head; e < E; ++e) out[e] = rowElementFloat<Ch>(p, row, e);
+        if (P == Path::vector)
+            edgeSpan<float, float, float, Ch>(p, row, out, hi > head ? hi : head, E);
+        else
+            for (e = hi > head ? hi : head; e < E; ++e) out[e] = rowElementFloat<Ch>(p, row, e);
     }
 }
 
