@@ -140,7 +140,7 @@ ZepStatus gaussianBorder32(const T* pSrc, int srcStep, T* pDst, int dstStep, Ima
     bool run = false;
     if (const ZepStatus s = specChecks<T, Ch>(pSpec, h, border, run); s != zepStsOk || !run) return s;
     const int64_t k = h.kernelSize;
-    // Ring rows start on cache lines when the buffer of the documented size
+    // Ring rows start on cache lines when a buffer of the size the query reports
     // has room for the padding (it has, but for the narrowest images).
     const int64_t strip = roi.height < k ? roi.height : k;
     const int64_t size =
