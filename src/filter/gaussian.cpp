@@ -60,12 +60,12 @@ void gaussianInit(void* spec, uint32_t k, float sigma, uint32_t borderType, int 
 }
 
 int64_t gaussianLayout(uint8_t* buffer, int64_t W, int64_t k, int64_t n, int64_t strip, int64_t interBytes,
-                       int64_t srcBytes, int64_t dstBytes, bool staging, GaussianLayout& out) {
+                       int64_t srcBytes, int64_t dstBytes, bool staging, bool alignRows, GaussianLayout& out) {
     const int64_t L = ((W + k) * n + 7) & ~int64_t{7};
     uint8_t* p = alignUp64(buffer);
     out.strip = strip;
     out.ringRows = strip + k - 1;
-    out.ringStep = L * interBytes;
+    out.ringStep = alignRows ? (L * interBytes + 63) & ~int64_t{63} : L * interBytes;
     out.ring = p;
     p = alignUp64(p + out.ringRows * out.ringStep);
     out.constRow = p;
@@ -140,9 +140,16 @@ ZepStatus gaussianBorder32(const T* pSrc, int srcStep, T* pDst, int dstStep, Ima
     bool run = false;
     if (const ZepStatus s = specChecks<T, Ch>(pSpec, h, border, run); s != zepStsOk || !run) return s;
     const int64_t k = h.kernelSize;
+    // Ring rows start on cache lines when a buffer of the size the query reports
+    // has room for the padding (it has, but for the narrowest images).
+    const int64_t strip = roi.height < k ? roi.height : k;
+    const int64_t size =
+        gaussianBufferSize(uint32_t(roi.width), uint32_t(roi.height), uint32_t(k), typeCode<T>(), Ch);
     GaussianLayout lay{};
-    gaussianLayout(pBuffer, roi.width, k, Ch, roi.height < k ? roi.height : k, sizeof(InterOf<T>), sizeof(T),
-                   sizeof(T), false, lay);
+    const bool align = gaussianLayout(pBuffer, roi.width, k, Ch, strip, sizeof(InterOf<T>), sizeof(T), sizeof(T),
+                                      false, true, lay) <= size;
+    if (!align)
+        gaussianLayout(pBuffer, roi.width, k, Ch, strip, sizeof(InterOf<T>), sizeof(T), sizeof(T), false, false, lay);
     runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, h, border, pSpec, lay);
     return zepStsOk;
 }
@@ -158,7 +165,7 @@ int64_t elemBytesOf(int dataType) { return dataType == zep8u ? 1 : dataType == z
 int64_t bufferSizeL(int64_t W, int64_t H, int64_t k, int dataType, int n) {
     GaussianLayout lay{};
     return gaussianLayout(nullptr, W, k, n, stripOfL(H, k), interBytesOf(dataType), elemBytesOf(dataType),
-                          elemBytesOf(dataType), true, lay) +
+                          elemBytesOf(dataType), true, true, lay) +
            64;
 }
 
@@ -196,7 +203,7 @@ ZepStatus gaussianL(const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, Im
         if (cache > 0 && fit < strip) strip = fit < 1 ? 1 : fit;
     }
     GaussianLayout lay{};
-    gaussianLayout(pBuffer, roi.width, k, Ch, strip, sizeof(InterOf<T>), sizeof(T), sizeof(T), stream, lay);
+    gaussianLayout(pBuffer, roi.width, k, Ch, strip, sizeof(InterOf<T>), sizeof(T), sizeof(T), stream, true, lay);
     runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, h, border, pSpec, lay);
     return zepStsOk;
 }

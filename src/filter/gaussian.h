@@ -27,7 +27,6 @@ template <class T>
 using TapOf = std::conditional_t<std::is_same_v<T, float>, float,
                                  std::conditional_t<std::is_same_v<T, uint16_t>, uint16_t, int16_t>>;
 
-
 // The spec's fixed fields, in order; the taps follow from the first 16-byte
 // aligned position behind them (16-bit integers, or floats for 32f).
 struct GaussianHeader {
@@ -73,10 +72,11 @@ struct GaussianLayout {
     uint8_t* staging;  // one destination row, for streamed output (or null)
 };
 
-// The buffer regions for a W x H image of n channels with band height `strip`.
+// The buffer regions for a W x H image of n channels with band height `strip`
+// (ring rows a whole number of cache lines apart if alignRows).
 // Returns the bytes used from `buffer` (including the alignment of its start).
 int64_t gaussianLayout(uint8_t* buffer, int64_t W, int64_t k, int64_t n, int64_t strip, int64_t interBytes,
-                       int64_t srcBytes, int64_t dstBytes, bool staging, GaussianLayout& out);
+                       int64_t srcBytes, int64_t dstBytes, bool staging, bool alignRows, GaussianLayout& out);
 
 // Copies one row to memory with streaming stores for its 64-byte-aligned middle.
 void streamRow(uint8_t* dst, const uint8_t* src, int64_t bytes);

@@ -156,6 +156,7 @@ inline void integerBlock(const ShiftConstants& sc, const Tap* taps, int k, const
         const __mmask16 m = simd::firstLanes16(n);
         auto tap = [&](int j) { return K > 0 ? tapsI[j] : _mm512_set1_epi32(taps[j]); };
         __m512i acc = _mm512_mullo_epi32(tap(0), load16(at(0), m));
+#pragma GCC unroll 16
         for (int j = 1; j < count; ++j) acc = _mm512_add_epi32(acc, _mm512_mullo_epi32(tap(j), load16(at(j), m)));
         if (sc.shifts) {  // round-half-to-even of acc / 2^s (see the file comment)
             const __m512i odd = _mm512_and_si512(_mm512_maskz_sra_epi32(0xFFFF, acc, sc.count), sc.one);
@@ -172,6 +173,7 @@ inline void integerBlock(const ShiftConstants& sc, const Tap* taps, int k, const
             const int left = n - half < 8 ? n - half : 8;
             const __mmask8 m = static_cast<__mmask8>((1u << left) - 1u);
             __m512d acc = _mm512_mul_pd(tap(0), load8d(at(0) + half, m));
+#pragma GCC unroll 16
             for (int j = 1; j < count; ++j) acc = _mm512_add_pd(acc, _mm512_mul_pd(tap(j), load8d(at(j) + half, m)));
             __m512d q = _mm512_roundscale_pd(_mm512_div_pd(acc, d), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
             q = _mm512_min_pd(_mm512_max_pd(q, lo), hi);
@@ -217,11 +219,11 @@ constexpr int kMaxPairTaps = 32;
 struct PairPlan {
     bool ok = false;
     int shift = 0;
-    bool negate = false;     // divisor < 0: the taps are negated instead of the quotient
-    bool offset = false;     // 16u values enter as v - 32768
-    bool symmetric = false;  // taps[j] == taps[k-1-j] and two values add without wrapping
-    bool floatRound = false; // every sum below 2^24: rounded through single precision
-    int32_t q = 0;           // with the offset: sum = sum' + q * 2^shift
+    bool negate = false;      // divisor < 0: the taps are negated instead of the quotient
+    bool offset = false;      // 16u values enter as v - 32768
+    bool symmetric = false;   // taps[j] == taps[k-1-j] and two values add without wrapping
+    bool floatRound = false;  // every sum below 2^24: rounded through single precision
+    int32_t q = 0;            // with the offset: sum = sum' + q * 2^shift
 };
 
 // valueBound: the largest magnitude of a value as it enters the products.
@@ -307,10 +309,12 @@ inline void store32(uint16_t* p, __mmask32 m, __m512i lo, __m512i hi) {
 }
 inline void store32(uint8_t* p, __mmask32 m, __m512i lo, __m512i hi) {
     const __m512i w = _mm512_max_epi16(_mm512_packs_epi32(lo, hi), _mm512_setzero_si512());
-    _mm256_mask_storeu_epi8(p, m, _mm512_cvtusepi16_epi8(w));
+    // (explicit pass-through operands: GCC's "undefined" ones warn in debug builds)
+    _mm256_mask_storeu_epi8(p, m, _mm512_mask_cvtusepi16_epi8(_mm256_setzero_si256(), ~__mmask32{0}, w));
 }
 inline void store32(int8_t* p, __mmask32 m, __m512i lo, __m512i hi) {
-    _mm256_mask_storeu_epi8(p, m, _mm512_cvtsepi16_epi8(_mm512_packs_epi32(lo, hi)));
+    _mm256_mask_storeu_epi8(
+        p, m, _mm512_mask_cvtsepi16_epi8(_mm256_setzero_si256(), ~__mmask32{0}, _mm512_packs_epi32(lo, hi)));
 }
 
 // Round-half-to-even of the 32-bit sums by 2^s (with the offset's Q).
@@ -322,10 +326,10 @@ inline __m512i pairRound(const PairConstants& c, __m512i v) {
         return _mm512_mask_cvt_roundps_epi32(_mm512_setzero_si512(), 0xFFFF, f,
                                              _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
     } else {
-        __m512i h = _mm512_sra_epi32(v, c.count);
+        __m512i h = _mm512_maskz_sra_epi32(0xFFFF, v, c.count);
         if constexpr (Offset) h = _mm512_add_epi32(h, c.q);
         const __m512i odd = _mm512_and_si512(h, c.one);
-        v = _mm512_sra_epi32(_mm512_add_epi32(_mm512_add_epi32(v, c.bias), odd), c.count);
+        v = _mm512_maskz_sra_epi32(0xFFFF, _mm512_add_epi32(_mm512_add_epi32(v, c.bias), odd), c.count);
         if constexpr (Offset) v = _mm512_add_epi32(v, c.q);
         return v;
     }
@@ -345,6 +349,7 @@ inline void pairBlock(const PairConstants& c, const __m512i* tp, int k, At at, D
     };
     __m512i lo = _mm512_setzero_si512(), hi = _mm512_setzero_si512();
     int j = 0;
+#pragma GCC unroll 16
     for (; j + 1 < n; j += 2) {
         const __m512i a = value(j), b = value(j + 1);
         lo = _mm512_add_epi32(lo, _mm512_madd_epi16(_mm512_unpacklo_epi16(a, b), tp[j >> 1]));
@@ -365,9 +370,13 @@ inline void pairBlock(const PairConstants& c, const __m512i* tp, int k, At at, D
 // two halves are packed and their 16-bit lanes interleaved back into order.
 // Loads keep to the lanes some output of the block reads (an odd last tap
 // pairs with 0, and the value beside it is not loaded at the block's end).
-template <int K, bool FloatRound, class Src, class Dst>
+// Full blocks (N = 32, every offset's lanes inside the row) pass N as a
+// template argument, so that with a fixed K the masks are constants and the
+// tap loop unrolls.
+template <int K, bool FloatRound, int N = 0, class Src, class Dst>
 inline void adjacentBlock(const PairConstants& c, const __m512i* tp, int k, const Src* base, Dst* out, int n) {
     constexpr bool offset = std::is_same_v<Src, uint16_t>;
+    if constexpr (N > 0) n = N;
     const int count = K > 0 ? K : k;
     const int lanes[2] = {n + (n & 1), n - (n & 1)};  // the even and the odd outputs' lanes
     auto load = [&](int o) {
@@ -376,6 +385,7 @@ inline void adjacentBlock(const PairConstants& c, const __m512i* tp, int k, cons
         return load32(base + o, simd::firstLanes32(l));
     };
     __m512i even = _mm512_setzero_si512(), odd = _mm512_setzero_si512();
+#pragma GCC unroll 16
     for (int j = 0; j < count; j += 2) {
         even = _mm512_add_epi32(even, _mm512_madd_epi16(load(j), tp[j >> 1]));
         odd = _mm512_add_epi32(odd, _mm512_madd_epi16(load(j + 1), tp[j >> 1]));
@@ -383,8 +393,8 @@ inline void adjacentBlock(const PairConstants& c, const __m512i* tp, int k, cons
     even = pairRound<FloatRound, offset>(c, even);
     odd = pairRound<FloatRound, offset>(c, odd);
     // packs gives, in each 128-bit lane, four even then four odd outputs.
-    const __m512i packed = std::is_same_v<Dst, uint16_t> ? _mm512_packus_epi32(even, odd)
-                                                         : _mm512_packs_epi32(even, odd);
+    const __m512i packed =
+        std::is_same_v<Dst, uint16_t> ? _mm512_packus_epi32(even, odd) : _mm512_packs_epi32(even, odd);
     const __m512i order = _mm512_broadcast_i32x4(_mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));
     _mm512_mask_storeu_epi16(out, simd::firstLanes32(n), _mm512_shuffle_epi8(packed, order));
 }
@@ -460,6 +470,42 @@ inline void interior(const RowPass<Src, Tap>& p, int64_t& lo, int64_t& hi) {
     if (hi < lo) hi = lo;
 }
 
+// Elements [e0, e1) of a row by the definition, for the vector passes' row
+// heads and tails: the extended pixels of their window are synthesised once
+// each (not once per tap), then every element sums as rowElementInt or
+// rowElementFloat does, in the same order.
+template <class Src, class Dst, class Tap, int Ch>
+inline void edgeSpan(const RowPass<Src, Tap>& p, const Src* row, Dst* out, int64_t e0, int64_t e1) {
+    constexpr int64_t kWindow = 256;  // elements
+    if (e0 >= e1) return;
+    const int64_t x0 = e0 / Ch, n = (e1 - 1) / Ch - x0 + p.k;  // the window's first pixel is x0 - anchor
+    if (n * Ch > kWindow) {
+        for (int64_t e = e0; e < e1; ++e) {
+            if constexpr (std::is_same_v<Src, float>)
+                out[e] = rowElementFloat<Ch>(p, row, e);
+            else
+                out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+        }
+        return;
+    }
+    Src w[kWindow];
+    for (int64_t i = 0; i < n; ++i)
+        for (int c = 0; c < Ch; ++c)
+            w[i * Ch + c] = extended<Src, Ch>(row, x0 - p.anchor + i, c, p.roi.width, p.border, p.value);
+    for (int64_t e = e0; e < e1; ++e) {
+        const Src* v = w + (e / Ch - x0) * Ch + e % Ch;  // ext(x - anchor) of element e
+        if constexpr (std::is_same_v<Src, float>) {
+            float sum = p.taps[0] * v[0];
+            for (int j = 1; j < p.k; ++j) sum = sum + p.taps[j] * v[j * Ch];
+            out[e] = sum;
+        } else {
+            int64_t sum = 0;
+            for (int j = 0; j < p.k; ++j) sum += int64_t(p.taps[j]) * v[j * Ch];
+            out[e] = saturate<Dst>(roundDivEven(sum, p.divisor));
+        }
+    }
+}
+
 // The integer row pass in paired 16-bit products (the plan holds).
 template <int K, class Src, class Dst, class Tap, int Ch>
 void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& plan) {
@@ -474,16 +520,19 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
     if constexpr (Ch == 1 && sizeof(Src) == 2) {
         if (!plan.symmetric) {
             auto run = [&]<bool FR>() {
+                const PairConstants cl = c;  // (locals stay in registers across the stores)
+                __m512i tl[kMaxPairTaps / 2];
+                for (int i = 0; i < (K > 0 ? (K + 1) / 2 : (k + 1) / 2); ++i) tl[i] = tp[i];
                 for (int y = 0; y < p.roi.height; ++y) {
                     const Src* row =
                         reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
                     Dst* out = dst[y];
                     const int64_t head = lo < E ? lo : E;
-                    for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
-                    for (int64_t e = lo; e < hi; e += 32)
-                        adjacentBlock<K, FR>(c, tp, k, row + e - back, out + e, hi - e < 32 ? int(hi - e) : 32);
-                    for (int64_t x = hi > head ? hi : head; x < E; ++x)
-                        out[x] = rowElementInt<Src, Dst, Tap, Ch>(p, row, x);
+                    edgeSpan<Src, Dst, Tap, Ch>(p, row, out, 0, head);
+                    int64_t e = lo;
+                    for (; e + 32 <= hi; e += 32) adjacentBlock<K, FR, 32>(cl, tl, k, row + e - back, out + e, 32);
+                    if (e < hi) adjacentBlock<K, FR>(cl, tl, k, row + e - back, out + e, int(hi - e));
+                    edgeSpan<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E);
                 }
             };
             if (plan.floatRound)
@@ -494,28 +543,36 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
         }
     }
     withPairForms(plan, [&]<bool Sym, bool FR>() {
+        const PairConstants cl = c;  // (locals stay in registers across the stores)
+        __m512i tl[kMaxPairTaps / 2];
+        for (int i = 0; i < (K > 0 ? (K + 1) / 2 : (k + 1) / 2); ++i) tl[i] = tp[i];
         for (int y = 0; y < p.roi.height; ++y) {
             const Src* row = reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
             Dst* out = dst[y];
             const int64_t head = lo < E ? lo : E;
-            for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+            edgeSpan<Src, Dst, Tap, Ch>(p, row, out, 0, head);
             int64_t e = lo;
             for (; e + 32 <= hi; e += 32) {
                 const Src* base = row + e - back;
-                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return base + j * Ch; }, out + e, ~__mmask32{0});
+                pairBlock<K, Sym, FR>(
+                    cl, tl, k, [&](int j) { return base + j * Ch; }, out + e, ~__mmask32{0});
             }
             if (e < hi) {
                 const Src* base = row + e - back;
-                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return base + j * Ch; }, out + e,
-                                      simd::firstLanes32(int(hi - e)));
+                pairBlock<K, Sym, FR>(
+                    cl, tl, k, [&](int j) { return base + j * Ch; }, out + e, simd::firstLanes32(int(hi - e)));
             }
-            for (int64_t x = hi > head ? hi : head; x < E; ++x) out[x] = rowElementInt<Src, Dst, Tap, Ch>(p, row, x);
+            edgeSpan<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E);
         }
     });
 }
 
 template <Path P, int K, class Src, class Dst, class Tap, int Ch>
 void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
+    const PairPlan pairs = P == Path::vector
+                               ? planPairs<Src>(p.taps, p.k, p.divisor, std::is_same_v<Src, uint8_t> ? 255 : 32768)
+                               : PairPlan{};
+    if (pairs.ok) return rowPassPairs<K, Src, Dst, Tap, Ch>(p, dst, pairs);
     const IntPlan plan = P == Path::vector ? planInteger<Src>(p.taps, p.k, p.divisor) : IntPlan{};
     __m512i ti[K > 0 ? K : 1] = {};
     __m512d td[K > 0 ? K : 1] = {};
@@ -524,15 +581,14 @@ void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
     const int64_t E = int64_t{p.roi.width} * Ch;
     int64_t lo = E, hi = E;
     if (plan.mode != IntMode::scalar) interior<Src, Tap, Ch>(p, lo, hi);
-    const PairPlan pairs =
-        P == Path::vector ? planPairs<Src>(p.taps, p.k, p.divisor, std::is_same_v<Src, uint8_t> ? 255 : 32768)
-                          : PairPlan{};
-    if (pairs.ok) return rowPassPairs<K, Src, Dst, Tap, Ch>(p, dst, pairs);
     for (int y = 0; y < p.roi.height; ++y) {
         const Src* row = reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
         Dst* out = dst[y];
         const int64_t head = lo < E ? lo : E;
-        for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+        if (P == Path::vector)
+            edgeSpan<Src, Dst, Tap, Ch>(p, row, out, 0, head);
+        else
+            for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
         auto interiorLoop = [&]<IntMode M>() {
             for (int64_t e = lo; e < hi; e += 16) {
                 const Src* base = row + e - int64_t{p.anchor} * Ch;
@@ -545,8 +601,50 @@ void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
             interiorLoop.template operator()<IntMode::shift32>();
         else
             interiorLoop.template operator()<IntMode::exact64>();
-        for (int64_t e = hi > head ? hi : head; e < E; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+        if (P == Path::vector)
+            edgeSpan<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E);
+        else
+            for (int64_t e = hi > head ? hi : head; e < E; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
     }
+}
+
+// The elements from p to the next cache line start (0 if p is on one or
+// elements cannot reach one).
+template <class T>
+inline int64_t toLine(const T* p) {
+    const int64_t bytes = int64_t((64 - (reinterpret_cast<uintptr_t>(p) & 63)) & 63);
+    return bytes % int64_t(sizeof(T)) ? 0 : bytes / int64_t(sizeof(T));
+}
+
+// Sixteen single-precision sums in tap order (no fused multiply-add):
+// tap(0) * v0 + tap(1) * v1 + ..., the values of tap j at at(j) (lanes of m;
+// full blocks pass a constant mask and load without one).
+template <int K, class Tap, class At>
+inline __m512 floatSum(Tap tap, int count, At at, __mmask16 m) {
+    auto load = [&](int j) { return m == 0xFFFF ? _mm512_loadu_ps(at(j)) : _mm512_maskz_loadu_ps(m, at(j)); };
+    __m512 acc = _mm512_mul_ps(tap(0), load(0));
+#pragma GCC unroll 16
+    for (int j = 1; j < count; ++j) acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), load(j)));
+    return acc;
+}
+// Two such sums side by side (at(0, j) and at(1, j)), so that the two
+// dependency chains of additions overlap.
+template <int K, class Tap, class At>
+inline void floatSum2(Tap tap, int count, At at, __m512& s0, __m512& s1) {
+    __m512 a0 = _mm512_mul_ps(tap(0), _mm512_loadu_ps(at(0, 0)));
+    __m512 a1 = _mm512_mul_ps(tap(0), _mm512_loadu_ps(at(1, 0)));
+#pragma GCC unroll 16
+    for (int j = 1; j < count; ++j) {
+        a0 = _mm512_add_ps(a0, _mm512_mul_ps(tap(j), _mm512_loadu_ps(at(0, j))));
+        a1 = _mm512_add_ps(a1, _mm512_mul_ps(tap(j), _mm512_loadu_ps(at(1, j))));
+    }
+    s0 = a0;
+    s1 = a1;
+}
+template <int K, class Tap>
+inline __m512 floatSum(Tap tap, int count, const float* base, int64_t stride, __mmask16 m) {
+    return floatSum<K>(
+        tap, count, [&](int j) { return base + j * stride; }, m);
 }
 
 template <Path P, int K, int Ch>
@@ -559,33 +657,53 @@ void rowPassFloat(const RowPass<float, float>& p, float* const* dst) {
     const int64_t E = int64_t{p.roi.width} * Ch;
     int64_t lo = E, hi = E;
     if (P == Path::vector) interior<float, float, Ch>(p, lo, hi);
+    const int64_t back = int64_t{p.anchor} * Ch;
     for (int y = 0; y < p.roi.height; ++y) {
         const float* row = reinterpret_cast<const float*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
         float* out = dst[y];
         const int64_t head = lo < E ? lo : E;
-        for (int64_t e = 0; e < head; ++e) out[e] = rowElementFloat<Ch>(p, row, e);
-        for (int64_t e = lo; e < hi; e += 16) {
-            const __mmask16 m = simd::firstLanes16(hi - e < 16 ? int(hi - e) : 16);
-            const float* base = row + e - int64_t{p.anchor} * Ch;
-            __m512 acc = _mm512_mul_ps(tap(0), _mm512_maskz_loadu_ps(m, base));
-            for (int j = 1; j < count; ++j)
-                acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), _mm512_maskz_loadu_ps(m, base + j * Ch)));
-            _mm512_mask_storeu_ps(out + e, m, acc);
+        if (P == Path::vector)
+            edgeSpan<float, float, float, Ch>(p, row, out, 0, head);
+        else
+            for (int64_t e = 0; e < head; ++e) out[e] = rowElementFloat<Ch>(p, row, e);
+        int64_t e = lo;
+        if (const int64_t a = toLine(out + e); a > 0 && e < hi) {  // a first block up to the line start
+            const __mmask16 m = simd::firstLanes16(int(hi - e < a ? hi - e : a));
+            _mm512_mask_storeu_ps(out + e, m, floatSum<K>(tap, count, row + e - back, Ch, m));
+            e = hi - e < a ? hi : e + a;
         }
-        for (int64_t e = hi > head ? hi : head; e < E; ++e) out[e] = rowElementFloat<Ch>(p, row, e);
+        for (; e + 32 <= hi; e += 32) {
+            __m512 s0, s1;
+            const float* base = row + e - back;
+            floatSum2<K>(
+                tap, count, [&](int b, int j) { return base + 16 * b + j * Ch; }, s0, s1);
+            _mm512_storeu_ps(out + e, s0);
+            _mm512_storeu_ps(out + e + 16, s1);
+        }
+        for (; e + 16 <= hi; e += 16) _mm512_storeu_ps(out + e, floatSum<K>(tap, count, row + e - back, Ch, 0xFFFF));
+        if (e < hi) {
+            const __mmask16 m = simd::firstLanes16(int(hi - e));
+            _mm512_mask_storeu_ps(out + e, m, floatSum<K>(tap, count, row + e - back, Ch, m));
+        }
+        if (P == Path::vector)
+            edgeSpan<float, float, float, Ch>(p, row, out, hi > head ? hi : head, E);
+        else
+            for (e = hi > head ? hi : head; e < E; ++e) out[e] = rowElementFloat<Ch>(p, row, e);
     }
 }
 
-// Runs the row pass with the kernel specialised for sizes 3 and 5.
+// Runs the row pass with the kernel specialised for sizes 3, 5 and 7.
 template <Path P, class Src, class Dst, class Tap, int Ch>
 void rowPass(const RowPass<Src, Tap>& p, Dst* const* dst) {
     if constexpr (std::is_same_v<Src, float>) {
         if (p.k == 3) return rowPassFloat<P, 3, Ch>(p, dst);
         if (p.k == 5) return rowPassFloat<P, 5, Ch>(p, dst);
+        if (p.k == 7) return rowPassFloat<P, 7, Ch>(p, dst);
         return rowPassFloat<P, 0, Ch>(p, dst);
     } else {
         if (p.k == 3) return rowPassInt<P, 3, Src, Dst, Tap, Ch>(p, dst);
         if (p.k == 5) return rowPassInt<P, 5, Src, Dst, Tap, Ch>(p, dst);
+        if (p.k == 7) return rowPassInt<P, 7, Src, Dst, Tap, Ch>(p, dst);
         return rowPassInt<P, 0, Src, Dst, Tap, Ch>(p, dst);
     }
 }
@@ -613,16 +731,20 @@ void columnPassPairs(const ColumnPass<Src, Tap>& p, Dst* dst, const PairPlan& pl
     const int k = p.k;
     const int64_t E = p.elements;
     withPairForms(plan, [&]<bool Sym, bool FR>() {
+        const PairConstants cl = c;  // (locals stay in registers across the stores)
+        __m512i tl[kMaxPairTaps / 2];
+        for (int i = 0; i < (K > 0 ? (K + 1) / 2 : (k + 1) / 2); ++i) tl[i] = tp[i];
         for (int64_t y = 0; y < p.height; ++y) {
             const Src* rows[kMaxPairTaps];
             for (int j = 0; j < k; ++j) rows[j] = p.rows[y + j];
             Dst* out = reinterpret_cast<Dst*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
             int64_t e = 0;
             for (; e + 32 <= E; e += 32)
-                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return rows[j] + e; }, out + e, ~__mmask32{0});
+                pairBlock<K, Sym, FR>(
+                    cl, tl, k, [&](int j) { return rows[j] + e; }, out + e, ~__mmask32{0});
             if (e < E)
-                pairBlock<K, Sym, FR>(c, tp, k, [&](int j) { return rows[j] + e; }, out + e,
-                                      simd::firstLanes32(int(E - e)));
+                pairBlock<K, Sym, FR>(
+                    cl, tl, k, [&](int j) { return rows[j] + e; }, out + e, simd::firstLanes32(int(E - e)));
         }
     });
 }
@@ -687,6 +809,7 @@ void columnPassSingle(const ColumnPass<int16_t, int16_t>& p, Dst* dst) {
                 const __mmask16 m = simd::firstLanes16(n);
                 auto value = [&](int j) { return _mm512_cvtepi32_ps(_mm512_slli_epi32(load16(rows[j] + e, m), 16)); };
                 __m512 acc = _mm512_mul_ps(tap(0), value(0));
+#pragma GCC unroll 16
                 for (int j = 1; j < count; ++j) acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), value(j)));
                 acc = _mm512_min_ps(_mm512_max_ps(acc, lo), hi);
                 store16(out + e, m, _mm512_cvt_roundps_epi32(acc, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
@@ -735,30 +858,71 @@ void columnPassFloat(const ColumnPass<float, float>& p, float* dst) {
     __m512 tv[K > 0 ? K : 1] = {};
     if constexpr (K > 0)
         for (int j = 0; j < K; ++j) tv[j] = _mm512_set1_ps(p.taps[j]);
-    auto tap = [&](int j) { return K > 0 ? tv[j] : _mm512_set1_ps(p.taps[j]); };
     const int count = K > 0 ? K : p.k;
-    for (int64_t y = 0; y < p.height; ++y) {
+    const int64_t E = p.elements;
+    // Elements [e0, e1) of output row y.
+    // (The row pointers and, with the span not inlined, the taps would be
+    // reloaded after every store: copied to locals they stay in registers.)
+    auto span = [&](int64_t y, int64_t e0, int64_t e1) {
+        const float* rowsLocal[K > 0 ? K : 1];
         const float* const* rows = p.rows + y;
-        float* out = reinterpret_cast<float*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
-        int64_t e = 0;
-        if constexpr (P == Path::vector) {
-            for (; e < p.elements; e += 16) {
-                const __mmask16 m = simd::firstLanes16(p.elements - e < 16 ? int(p.elements - e) : 16);
-                __m512 acc = _mm512_mul_ps(tap(0), _mm512_maskz_loadu_ps(m, rows[0] + e));
-                for (int j = 1; j < count; ++j)
-                    acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), _mm512_maskz_loadu_ps(m, rows[j] + e)));
-                _mm512_mask_storeu_ps(out + e, m, acc);
-            }
+        if constexpr (K > 0) {
+            for (int j = 0; j < K; ++j) rowsLocal[j] = rows[j];
+            rows = rowsLocal;
         }
-        for (; e < p.elements; ++e) {
-            float sum = p.taps[0] * rows[0][e];
-            for (int j = 1; j < p.k; ++j) sum = sum + p.taps[j] * rows[j][e];
-            out[e] = sum;
+        __m512 tl[K > 0 ? K : 1];
+        for (int j = 0; j < (K > 0 ? K : 1); ++j) tl[j] = tv[j];
+        auto tap = [&](int j) { return K > 0 ? tl[j] : _mm512_set1_ps(p.taps[j]); };
+        float* out = reinterpret_cast<float*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
+        int64_t e = e0;
+        if (const int64_t a = toLine(out + e); a > 0) {  // a first block up to the line start
+            const __mmask16 m = simd::firstLanes16(int(e1 - e < a ? e1 - e : a));
+            _mm512_mask_storeu_ps(out + e, m,
+                                  floatSum<K>(
+                                      tap, count, [&](int j) { return rows[j] + e; }, m));
+            e = e1 - e < a ? e1 : e + a;
+        }
+        for (; e + 32 <= e1; e += 32) {
+            __m512 s0, s1;
+            floatSum2<K>(
+                tap, count, [&](int b, int j) { return rows[j] + e + 16 * b; }, s0, s1);
+            _mm512_storeu_ps(out + e, s0);
+            _mm512_storeu_ps(out + e + 16, s1);
+        }
+        for (; e + 16 <= e1; e += 16)
+            _mm512_storeu_ps(out + e, floatSum<K>(
+                                          tap, count, [&](int j) { return rows[j] + e; }, 0xFFFF));
+        if (e < e1) {
+            const __mmask16 m = simd::firstLanes16(int(e1 - e));
+            _mm512_mask_storeu_ps(out + e, m,
+                                  floatSum<K>(
+                                      tap, count, [&](int j) { return rows[j] + e; }, m));
+        }
+    };
+    if constexpr (P == Path::vector) {
+        // Groups of up to kGroup output rows, each in column strips of kStrip
+        // elements: the strip of a source row is loaded into L1 once and
+        // reused there by the outputs of the group that read it.
+        constexpr int64_t kStrip = 512, kGroup = 8;
+        for (int64_t y0 = 0; y0 < p.height; y0 += kGroup) {
+            const int64_t y1 = p.height - y0 < kGroup ? p.height : y0 + kGroup;
+            for (int64_t e0 = 0; e0 < E; e0 += kStrip)
+                for (int64_t y = y0; y < y1; ++y) span(y, e0, E - e0 < kStrip ? E : e0 + kStrip);
+        }
+    } else {
+        for (int64_t y = 0; y < p.height; ++y) {
+            const float* const* rows = p.rows + y;
+            float* out = reinterpret_cast<float*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
+            for (int64_t e = 0; e < E; ++e) {
+                float sum = p.taps[0] * rows[0][e];
+                for (int j = 1; j < p.k; ++j) sum = sum + p.taps[j] * rows[j][e];
+                out[e] = sum;
+            }
         }
     }
 }
 
-// Runs the column pass with the kernel specialised for sizes 3 and 5.
+// Runs the column pass with the kernel specialised for sizes 3, 5 and 7.
 template <Path P, class Src, class Dst, class Tap>
 void columnPass(const ColumnPass<Src, Tap>& p, Dst* dst) {
     auto run = [&]<int K>() {
@@ -775,6 +939,7 @@ void columnPass(const ColumnPass<Src, Tap>& p, Dst* dst) {
     };
     if (p.k == 3) return run.template operator()<3>();
     if (p.k == 5) return run.template operator()<5>();
+    if (p.k == 7) return run.template operator()<7>();
     run.template operator()<0>();
 }
 
