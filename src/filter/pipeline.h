@@ -440,26 +440,29 @@ inline Src extended(const Src* row, int64_t i, int c, int64_t width, const Borde
     return row[borderIndex(i, width, b.base) * Ch + c];
 }
 
-// The definition of element e (pixel e / Ch, channel e % Ch) of an integer row pass.
-template <class Src, class Dst, class Tap, int Ch>
-inline Dst rowElementInt(const RowPass<Src, Tap>& p, const Src* row, int64_t e) {
-    const int64_t x = e / Ch;
-    const int c = static_cast<int>(e % Ch);
-    int64_t sum = 0;
-    for (int j = 0; j < p.k; ++j)
-        sum += int64_t(p.taps[j]) * extended<Src, Ch>(row, x + j - p.anchor, c, p.roi.width, p.border, p.value);
-    return saturate<Dst>(roundDivEven(sum, p.divisor));
+// The definition of one output from the values under its taps, value(j) for
+// tap j: integers sum exactly and round sum / divisor to nearest, ties to
+// even, then saturate; 32f sums the products in tap order.
+template <class Src, class Dst, class Tap, class Value>
+inline Dst rowResult(const RowPass<Src, Tap>& p, Value value) {
+    if constexpr (std::is_same_v<Src, float>) {
+        float sum = p.taps[0] * value(0);
+        for (int j = 1; j < p.k; ++j) sum = sum + p.taps[j] * value(j);
+        return sum;
+    } else {
+        int64_t sum = 0;
+        for (int j = 0; j < p.k; ++j) sum += int64_t(p.taps[j]) * value(j);
+        return saturate<Dst>(roundDivEven(sum, p.divisor));
+    }
 }
 
-// The definition for 32f: the products summed in tap order.
-template <int Ch>
-inline float rowElementFloat(const RowPass<float, float>& p, const float* row, int64_t e) {
+// The definition of element e (pixel e / Ch, channel e % Ch) of a row pass.
+template <class Src, class Dst, class Tap, int Ch>
+inline Dst rowElement(const RowPass<Src, Tap>& p, const Src* row, int64_t e) {
     const int64_t x = e / Ch;
     const int c = static_cast<int>(e % Ch);
-    float sum = p.taps[0] * extended<float, Ch>(row, x - p.anchor, c, p.roi.width, p.border, p.value);
-    for (int j = 1; j < p.k; ++j)
-        sum = sum + p.taps[j] * extended<float, Ch>(row, x + j - p.anchor, c, p.roi.width, p.border, p.value);
-    return sum;
+    return rowResult<Src, Dst, Tap>(
+        p, [&](int j) { return extended<Src, Ch>(row, x + j - p.anchor, c, p.roi.width, p.border, p.value); });
 }
 
 // The elements whose kernel span stays inside the row: [lo, hi).
@@ -472,20 +475,14 @@ inline void interior(const RowPass<Src, Tap>& p, int64_t& lo, int64_t& hi) {
 
 // Elements [e0, e1) of a row by the definition, for the vector passes' row
 // heads and tails: the extended pixels of their window are synthesised once
-// each (not once per tap), then every element sums as rowElementInt or
-// rowElementFloat does, in the same order.
+// each (not once per tap), then every element follows rowResult.
 template <class Src, class Dst, class Tap, int Ch>
 inline void edgeSpan(const RowPass<Src, Tap>& p, const Src* row, Dst* out, int64_t e0, int64_t e1) {
     constexpr int64_t kWindow = 256;  // elements
     if (e0 >= e1) return;
     const int64_t x0 = e0 / Ch, n = (e1 - 1) / Ch - x0 + p.k;  // the window's first pixel is x0 - anchor
     if (n * Ch > kWindow) {
-        for (int64_t e = e0; e < e1; ++e) {
-            if constexpr (std::is_same_v<Src, float>)
-                out[e] = rowElementFloat<Ch>(p, row, e);
-            else
-                out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
-        }
+        for (int64_t e = e0; e < e1; ++e) out[e] = rowElement<Src, Dst, Tap, Ch>(p, row, e);
         return;
     }
     Src w[kWindow];
@@ -494,15 +491,7 @@ inline void edgeSpan(const RowPass<Src, Tap>& p, const Src* row, Dst* out, int64
             w[i * Ch + c] = extended<Src, Ch>(row, x0 - p.anchor + i, c, p.roi.width, p.border, p.value);
     for (int64_t e = e0; e < e1; ++e) {
         const Src* v = w + (e / Ch - x0) * Ch + e % Ch;  // ext(x - anchor) of element e
-        if constexpr (std::is_same_v<Src, float>) {
-            float sum = p.taps[0] * v[0];
-            for (int j = 1; j < p.k; ++j) sum = sum + p.taps[j] * v[j * Ch];
-            out[e] = sum;
-        } else {
-            int64_t sum = 0;
-            for (int j = 0; j < p.k; ++j) sum += int64_t(p.taps[j]) * v[j * Ch];
-            out[e] = saturate<Dst>(roundDivEven(sum, p.divisor));
-        }
+        out[e] = rowResult<Src, Dst, Tap>(p, [&](int j) { return v[j * Ch]; });
     }
 }
 
@@ -588,7 +577,7 @@ void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
         if (P == Path::vector)
             edgeSpan<Src, Dst, Tap, Ch>(p, row, out, 0, head);
         else
-            for (int64_t e = 0; e < head; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+            for (int64_t e = 0; e < head; ++e) out[e] = rowElement<Src, Dst, Tap, Ch>(p, row, e);
         auto interiorLoop = [&]<IntMode M>() {
             for (int64_t e = lo; e < hi; e += 16) {
                 const Src* base = row + e - int64_t{p.anchor} * Ch;
@@ -604,7 +593,7 @@ void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
         if (P == Path::vector)
             edgeSpan<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E);
         else
-            for (int64_t e = hi > head ? hi : head; e < E; ++e) out[e] = rowElementInt<Src, Dst, Tap, Ch>(p, row, e);
+            for (int64_t e = hi > head ? hi : head; e < E; ++e) out[e] = rowElement<Src, Dst, Tap, Ch>(p, row, e);
     }
 }
 
@@ -665,7 +654,7 @@ void rowPassFloat(const RowPass<float, float>& p, float* const* dst) {
         if (P == Path::vector)
             edgeSpan<float, float, float, Ch>(p, row, out, 0, head);
         else
-            for (int64_t e = 0; e < head; ++e) out[e] = rowElementFloat<Ch>(p, row, e);
+            for (int64_t e = 0; e < head; ++e) out[e] = rowElement<float, float, float, Ch>(p, row, e);
         int64_t e = lo;
         if (const int64_t a = toLine(out + e); a > 0 && e < hi) {  // a first block up to the line start
             const __mmask16 m = simd::firstLanes16(int(hi - e < a ? hi - e : a));
@@ -688,7 +677,7 @@ void rowPassFloat(const RowPass<float, float>& p, float* const* dst) {
         if (P == Path::vector)
             edgeSpan<float, float, float, Ch>(p, row, out, hi > head ? hi : head, E);
         else
-            for (e = hi > head ? hi : head; e < E; ++e) out[e] = rowElementFloat<Ch>(p, row, e);
+            for (e = hi > head ? hi : head; e < E; ++e) out[e] = rowElement<float, float, float, Ch>(p, row, e);
     }
 }
 
