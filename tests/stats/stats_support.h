@@ -11,6 +11,7 @@
 #include <iomanip>
 #include <random>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 
 #include "support/check_order.h"
@@ -75,6 +76,35 @@ inline std::string show(const Results& r) {
     return s.str();
 }
 
+// The case of a family with this name.
+template <class Case>
+const Case& named(const std::vector<Case>& cases, const std::string& name) {
+    for (const Case& c : cases)
+        if (c.name == name) return c;
+    throw std::invalid_argument(name);
+}
+
+// One call of a case on `px` (converted to its element type) laid out `w` to a
+// row (0: one row), every pixel selected unless `mask` is given; channel of
+// interest 1; the call must return `status`.
+inline Results once(const StatCase& c, const std::vector<float>& px, std::vector<uint8_t> mask = {}, int w = 0,
+                    ZepStatus status = zepStsOk) {
+    const int n = int(px.size()), width = w ? w : n;
+    std::vector<uint8_t> bytes(px.size() * c.elemBytes);
+    for (int i = 0; i < n; ++i) {
+        if (c.elemBytes == 4) std::memcpy(&bytes[4 * i], &px[i], 4);
+        if (c.elemBytes == 2) reinterpret_cast<uint16_t*>(bytes.data())[i] = uint16_t(px[i]);
+        if (c.elemBytes == 1) bytes[i] = uint8_t(px[i]);
+    }
+    if (mask.empty()) mask.assign(px.size(), 1);
+    Results r;
+    EXPECT_EQ(c.exported(StatArgs(bytes.data(), width * c.elemBytes, nullptr, 0, mask.data(), width,
+                                  {width, n / width}, 1, &r)),
+              status)
+        << c.name;
+    return r;
+}
+
 // Every case against its scalar definition: the width sweep at heights 1 and
 // 3, every mask density of the masked forms, each kind of source values (of
 // floats only, where it makes a difference), and every channel of interest;
@@ -134,18 +164,11 @@ inline void expectStatOrder(const StatCase& c, int maskGroup = 0) {
     expectOrder(
         c.name, img.valid,
         [&](const CallArgs& v) {
-            const size_t m = v.ptr.size() - 1;
-            StatArgs a{v.ptr[0],
-                       v.step[0],
-                       v.ptr[c.twoSources ? 1 : 0],
-                       v.step[c.twoSources ? 1 : 0],
-                       c.masked ? static_cast<const uint8_t*>(v.ptr[m]) : nullptr,
-                       c.masked ? v.step[m] : 0,
-                       v.roi,
-                       int(v.param[0]),
-                       reinterpret_cast<Results*>(out.first()),
-                       unsigned(v.param[1])};
-            return c.exported(a);
+            const size_t two = c.twoSources ? 1 : 0, m = v.ptr.size() - 1;
+            const auto* mask = c.masked ? static_cast<const uint8_t*>(v.ptr[m]) : nullptr;
+            return c.exported(StatArgs(v.ptr[0], v.step[0], v.ptr[two], v.step[two], mask, c.masked ? v.step[m] : 0,
+                                       v.roi, int(v.param[0]), reinterpret_cast<Results*>(out.first()),
+                                       unsigned(v.param[1])));
         },
         b, img.canvases);
 }
