@@ -47,24 +47,19 @@ ZepStatus callScalar(const StatArgs& a) {
 
 template <class T, int C, bool Masked, auto F>
 StatCase minMaxCase(const char* name) {
-    return {name, sizeof(T), C, Masked, false, false, &callExport<T, C, Masked, F>, &callScalar<T, C, Masked>};
+    return StatCase(name, sizeof(T), C, Masked, false, false, &callExport<T, C, Masked, F>,
+                    &callScalar<T, C, Masked>);
 }
 
+// The 8u, 16u and 32f forms of one layout.
+#define ZT_FORMS(C, M, Layout)                                                              \
+    minMaxCase<uint8_t, C, M, zepiMinMaxIndx_8u_##Layout>("MinMaxIndx_8u_" #Layout),        \
+        minMaxCase<uint16_t, C, M, zepiMinMaxIndx_16u_##Layout>("MinMaxIndx_16u_" #Layout), \
+        minMaxCase<float, C, M, zepiMinMaxIndx_32f_##Layout>("MinMaxIndx_32f_" #Layout)
+
 const std::vector<StatCase>& minMaxCases() {
-    static const std::vector<StatCase> cases = {
-        minMaxCase<uint8_t, 1, false, zepiMinMaxIndx_8u_C1R>("MinMaxIndx_8u_C1R"),
-        minMaxCase<uint16_t, 1, false, zepiMinMaxIndx_16u_C1R>("MinMaxIndx_16u_C1R"),
-        minMaxCase<float, 1, false, zepiMinMaxIndx_32f_C1R>("MinMaxIndx_32f_C1R"),
-        minMaxCase<uint8_t, 3, false, zepiMinMaxIndx_8u_C3CR>("MinMaxIndx_8u_C3CR"),
-        minMaxCase<uint16_t, 3, false, zepiMinMaxIndx_16u_C3CR>("MinMaxIndx_16u_C3CR"),
-        minMaxCase<float, 3, false, zepiMinMaxIndx_32f_C3CR>("MinMaxIndx_32f_C3CR"),
-        minMaxCase<uint8_t, 1, true, zepiMinMaxIndx_8u_C1MR>("MinMaxIndx_8u_C1MR"),
-        minMaxCase<uint16_t, 1, true, zepiMinMaxIndx_16u_C1MR>("MinMaxIndx_16u_C1MR"),
-        minMaxCase<float, 1, true, zepiMinMaxIndx_32f_C1MR>("MinMaxIndx_32f_C1MR"),
-        minMaxCase<uint8_t, 3, true, zepiMinMaxIndx_8u_C3CMR>("MinMaxIndx_8u_C3CMR"),
-        minMaxCase<uint16_t, 3, true, zepiMinMaxIndx_16u_C3CMR>("MinMaxIndx_16u_C3CMR"),
-        minMaxCase<float, 3, true, zepiMinMaxIndx_32f_C3CMR>("MinMaxIndx_32f_C3CMR"),
-    };
+    static const std::vector<StatCase> cases = {ZT_FORMS(1, false, C1R), ZT_FORMS(3, false, C3CR),
+                                                ZT_FORMS(1, true, C1MR), ZT_FORMS(3, true, C3CMR)};
     return cases;
 }
 
@@ -73,49 +68,30 @@ TEST(MinMax, VectorPathAgreesWithScalarDefinition) {
     zt::expectCasesAgree(minMaxCases(), 64, {zt::Values::random, zt::Values::ties, zt::Values::constant});
 }
 
-// The results of an unmasked one-channel form, as one string.
-template <class T>
-std::string extrema(ZepStatus (*f)(const T*, int, ImageSize, float*, float*, ImagePoint*, ImagePoint*), const T* src,
-                    int step, ImageSize roi) {
-    Results r;
-    EXPECT_EQ(f(src, step, roi, &r.extreme[0], &r.extreme[1], &r.at[0], &r.at[1]), zepStsOk);
-    return zt::show(r);
-}
-
-// Worked examples of the rules; the results read: -, min, (position), -, max, (position).
-TEST(MinMax, FirstOccurrenceIsLowestRowThenLowestColumn) {
-    // The minimum 1 occurs at (4,1), (2,2) and (0,3); the maximum 9 at (1,1), (3,1) and (4,3).
-    const uint8_t px[4][5] = {{5, 5, 5, 5, 5}, {5, 9, 5, 9, 1}, {5, 5, 1, 5, 5}, {1, 5, 5, 5, 9}};
-    EXPECT_EQ(extrema(zepiMinMaxIndx_8u_C1R, &px[0][0], 5, {5, 4}), "-7 1 (4,1) -7 9 (1,1) ");
-    // Masked: an unselected pixel equal to the extreme does not count.
-    const uint8_t sel[4][5] = {{1, 1, 1, 1, 1}, {1, 0, 1, 1, 0}, {1, 1, 1, 1, 1}, {1, 1, 1, 1, 1}};
-    Results r;
-    ASSERT_EQ(
-        zepiMinMaxIndx_8u_C1MR(&px[0][0], 5, &sel[0][0], 5, {5, 4}, &r.extreme[0], &r.extreme[1], &r.at[0], &r.at[1]),
-        zepStsOk);
-    EXPECT_EQ(zt::show(r), "-7 1 (2,2) -7 9 (3,1) ");
-}
-
+// Worked examples of the float rules on MinMaxIndx_32f_C1R.
 TEST(MinMax, FloatStartValuesNaNAndSignedZeros) {
-    // NaN never compares; pixels beyond +-FLT_MAX leave the start values at (0, 0).
-    const float nan[2][2] = {{NAN, NAN}, {NAN, NAN}};
-    EXPECT_EQ(extrema(zepiMinMaxIndx_32f_C1R, &nan[0][0], 8, {2, 2}),
-              zt::show({{-7.0, -7.0}, {FLT_MAX, -FLT_MAX}, {{0, 0}, {0, 0}}}));
-    // The pixel equal to the start value is found at x = 2.
-    const float inf[3] = {NAN, INFINITY, FLT_MAX};
-    EXPECT_EQ(extrema(zepiMinMaxIndx_32f_C1R, inf, 12, {3, 1}),
-              zt::show({{-7.0, -7.0}, {FLT_MAX, INFINITY}, {{2, 0}, {1, 0}}}));
-    const float plusInf[2] = {INFINITY, INFINITY};
-    EXPECT_EQ(extrema(zepiMinMaxIndx_32f_C1R, plusInf, 8, {2, 1}),
-              zt::show({{-7.0, -7.0}, {FLT_MAX, INFINITY}, {{0, 0}, {0, 0}}}));
-    // -0 and +0 are equal: the first one is reported, with its sign.
-    const float zeros[2][20] = {{1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1},
-                                {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0.0f, 1, -0.0f, 1}};
-    EXPECT_EQ(extrema(zepiMinMaxIndx_32f_C1R, &zeros[0][0], 80, {20, 2}),
-              zt::show({{-7.0, -7.0}, {0.0f, 1.0f}, {{16, 1}, {0, 0}}}));
-    const float negFirst[20] = {1, 1, 1, -0.0f, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0.0f, 1};
-    EXPECT_EQ(extrema(zepiMinMaxIndx_32f_C1R, negFirst, 80, {20, 1}),
-              zt::show({{-7.0, -7.0}, {-0.0f, 1.0f}, {{3, 0}, {0, 0}}}));
+    auto ones = [](int n, std::initializer_list<std::pair<int, float>> set) {
+        std::vector<float> px(n, 1.0f);
+        for (auto [x, v] : set) px[x] = v;
+        return px;
+    };
+    const struct {
+        std::vector<float> px;
+        int width;
+        Results want;
+    } examples[] = {
+        // NaN never compares; pixels beyond +-FLT_MAX leave the start values at (0, 0).
+        {{NAN, NAN, NAN, NAN}, 2, {{-7, -7}, {FLT_MAX, -FLT_MAX}, {{0, 0}, {0, 0}}}},
+        {{INFINITY, INFINITY}, 0, {{-7, -7}, {FLT_MAX, INFINITY}, {{0, 0}, {0, 0}}}},
+        // The pixel equal to the start value is found at x = 2.
+        {{NAN, INFINITY, FLT_MAX}, 0, {{-7, -7}, {FLT_MAX, INFINITY}, {{2, 0}, {1, 0}}}},
+        // -0 and +0 are equal: the first one is reported, with its sign.
+        {ones(40, {{36, 0.0f}, {38, -0.0f}}), 20, {{-7, -7}, {0.0f, 1.0f}, {{16, 1}, {0, 0}}}},
+        {ones(20, {{3, -0.0f}, {18, 0.0f}}), 0, {{-7, -7}, {-0.0f, 1.0f}, {{3, 0}, {0, 0}}}},
+    };
+    for (const auto& e : examples)
+        EXPECT_EQ(zt::show(zt::once(zt::named(minMaxCases(), "MinMaxIndx_32f_C1R"), e.px, {}, e.width)),
+                  zt::show(e.want));
 }
 
 TEST(MinMax, EmptyMaskWritesZerosAndWarns) {
@@ -151,7 +127,7 @@ TEST(MinMax, CheckOrder) {
 
 // OpenCV's minMaxLoc on the same data and masks (no NaN: OpenCV's handling of
 // NaN differs by code path). Values and positions agree exactly: both report
-// the first occurrence in row-major order. Known differences, not compared:
+// the first occurrence in row-major order, with or without a mask. Known differences, not compared:
 // an empty mask gives OpenCV values 0 and positions (-1, -1), us zeros and
 // status 1; OpenCV has no channel of interest, so the channel is extracted
 // for it first.
@@ -159,10 +135,10 @@ TEST(MinMaxPeers, OpenCV) {
     std::mt19937 rng(99);
     const int w = 211, h = 29;
     for (const StatCase& c : minMaxCases()) {
-        if (!c.masked) continue;
         const int depth = c.elemBytes == 1 ? CV_8U : c.elemBytes == 2 ? CV_16U : CV_32F;
         for (zt::Density d : {zt::Density::all, zt::Density::sparse, zt::Density::one}) {
             for (bool ties : {false, true}) {
+                if (!c.masked && d != zt::Density::all) continue;
                 cv::Mat src(h, w, CV_MAKETYPE(depth, c.channels)), mask(h, w, CV_8U);
                 cv::randu(src, 0, ties ? 3 : depth == CV_32F ? 1000.0 : 1 << (8 * c.elemBytes));
                 const Image<uint8_t> m = zt::makeMask(rng, w, h, d);
