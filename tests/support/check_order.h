@@ -31,10 +31,12 @@ using Caller = std::function<ZepStatus(const CallArgs&)>;
 
 // Element size, channels, and the step group of an image: the groups are
 // checked one after another, each for step sizes first, then for multiples.
+// An image with a margin is that many pixels wider and taller than the ROI.
 struct ImageRole {
     int elemBytes;
     int channels;
     int stepGroup;
+    int margin = 0;
 };
 
 // A breaker spoils one argument of a call described by Args.
@@ -65,13 +67,13 @@ inline std::vector<Breaker> standardBreakers(const std::vector<ImageRole>& roles
     for (int g = 0; g < groups; ++g) {
         for (int i = 0; i < n; ++i) {
             if (roles[i].stepGroup != g) continue;
-            const int row = roi.width * roles[i].channels * roles[i].elemBytes;
+            const int row = (roi.width + roles[i].margin) * roles[i].channels * roles[i].elemBytes;
             b.push_back({"short step " + std::to_string(i), 100 + i,
                          [i, row, e = roles[i].elemBytes](CallArgs& a) { a.step[i] = row - e; }, zepStsBadStep});
         }
         for (int i = 0; i < n; ++i) {
             if (roles[i].stepGroup != g || roles[i].elemBytes == 1) continue;
-            const int row = roi.width * roles[i].channels * roles[i].elemBytes;
+            const int row = (roi.width + roles[i].margin) * roles[i].channels * roles[i].elemBytes;
             b.push_back({"odd step " + std::to_string(i), 100 + i, [i, row](CallArgs& a) { a.step[i] = row + 1; },
                          zepStsStepNotMultiple});
         }
@@ -123,8 +125,8 @@ struct RoleImages {
         : valid{{}, {}, roi, std::move(param)} {
         std::mt19937 rng(1);
         for (const ImageRole& r : roles) {
-            const auto& img =
-                images.emplace_back(rng, roi.width * r.elemBytes * r.channels, roi.height, 1, false, r.elemBytes);
+            const auto& img = images.emplace_back(rng, (roi.width + r.margin) * r.elemBytes * r.channels,
+                                                  roi.height + r.margin, 1, false, r.elemBytes);
             valid.ptr.push_back(img.data());
             valid.step.push_back(img.step());
             canvases.push_back(&img.canvas);
