@@ -138,34 +138,29 @@ TEST(RectStdDev, ConstantRegionGivesExactlyZero) {
     cv::Mat src(h, w, CV_8U, cv::Scalar(77));
     cv::Mat s32(h + 2, w + 2, CV_32S), sF(h + 2, w + 2, CV_32F), q64(h + 2, w + 2, CV_64F), q32(h + 2, w + 2, CV_32S);
     const ImageRect r{2, 1, 5, 3};
+    const ImageSize out{8, 6};  // outputs whose rectangle stays inside the image
     for (bool tilted : {false, true}) {
-        const ImageSize t{w, h};
-        if (tilted) {
-            zepiTiltedSqrIntegral_8u32f64f_C1R(src.data, w, sF.ptr<float>(), int(sF.step), q64.ptr<double>(),
-                                               int(q64.step), t, 0.5f, 0.25);
-            zepiTiltedSqrIntegral_8u32s_C1R(src.data, w, s32.ptr<int32_t>(), int(s32.step), q32.ptr<int32_t>(),
-                                            int(q32.step), t, 9, 9);
-        } else {
-            zepiSqrIntegral_8u32f64f_C1R(src.data, w, sF.ptr<float>(), int(sF.step), q64.ptr<double>(), int(q64.step),
-                                         t, 0.5f, 0.25);
-            zepiSqrIntegral_8u32s_C1R(src.data, w, s32.ptr<int32_t>(), int(s32.step), q32.ptr<int32_t>(),
-                                      int(q32.step), t, 9, 9);
-        }
-        // Outputs whose rectangle stays inside the image; tilted pointers start at the column y + h - x.
-        const ImageSize out{8, 6};
+        auto tablesF = tilted ? zepiTiltedSqrIntegral_8u32f64f_C1R : zepiSqrIntegral_8u32f64f_C1R;
+        auto tablesI = tilted ? zepiTiltedSqrIntegral_8u32s_C1R : zepiSqrIntegral_8u32s_C1R;
+        ASSERT_EQ(
+            tablesF(src.data, w, sF.ptr<float>(), int(sF.step), q64.ptr<double>(), int(q64.step), {w, h}, 0.5f, 0.25),
+            zepStsOk);
+        ASSERT_EQ(
+            tablesI(src.data, w, s32.ptr<int32_t>(), int(s32.step), q32.ptr<int32_t>(), int(q32.step), {w, h}, 9, 9),
+            zepStsOk);
+        // Tilted table pointers start at the column y + h - x.
         const int off = tilted ? r.y + r.height - r.x : 0;
-        cv::Mat d(out.height, out.width, CV_32F), di(out.height, out.width, CV_32S);
-        auto tf = tilted ? zepiTiltedRectStdDev_32f_C1R : zepiRectStdDev_32f_C1R;
-        ASSERT_EQ(tf(sF.ptr<float>() + off, int(sF.step), q64.ptr<double>() + off, int(q64.step), d.ptr<float>(),
-                     int(d.step), out, &r),
+        cv::Mat d(out.height, out.width, CV_32F, cv::Scalar(1)), di(out.height, out.width, CV_32S, cv::Scalar(1));
+        auto devF = tilted ? zepiTiltedRectStdDev_32f_C1R : zepiRectStdDev_32f_C1R;
+        auto devI = tilted ? zepiTiltedRectStdDev_32s_C1RSfs : zepiRectStdDev_32s_C1RSfs;
+        ASSERT_EQ(devF(sF.ptr<float>() + off, int(sF.step), q64.ptr<double>() + off, int(q64.step), d.ptr<float>(),
+                       int(d.step), out, &r),
                   zepStsOk);
-        for (int y = 0; y < out.height; ++y)
-            for (int x = 0; x < out.width; ++x) ASSERT_EQ(d.at<float>(y, x), 0.0f) << tilted;
-        auto ti = tilted ? zepiTiltedRectStdDev_32s_C1RSfs : zepiRectStdDev_32s_C1RSfs;
-        ASSERT_EQ(ti(s32.ptr<int32_t>() + off, int(s32.step), q32.ptr<int32_t>() + off, int(q32.step),
-                     di.ptr<int32_t>(), int(di.step), out, &r, 0),
+        ASSERT_EQ(devI(s32.ptr<int32_t>() + off, int(s32.step), q32.ptr<int32_t>() + off, int(q32.step),
+                       di.ptr<int32_t>(), int(di.step), out, &r, 0),
                   zepStsOk);
-        EXPECT_EQ(cv::countNonZero(di), 0);
+        EXPECT_EQ(cv::countNonZero(d), 0) << tilted;
+        EXPECT_EQ(cv::countNonZero(di), 0) << tilted;
     }
 }
 
