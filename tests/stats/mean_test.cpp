@@ -22,20 +22,11 @@ using zt::StatCase;
 
 template <class T, int C, bool Masked, bool MeanOnly, auto F>
 ZepStatus callExport(const StatArgs& a) {
-    const T* s = static_cast<const T*>(a.src);
     double *mean = a.result(0, a.out->value[0]), *sd = a.result(1, a.out->value[1]);
-    if constexpr (MeanOnly && C == 1)
-        return F(s, a.srcStep, a.mask, a.maskStep, a.roi, mean);
-    else if constexpr (MeanOnly)
-        return F(s, a.srcStep, a.mask, a.maskStep, a.roi, a.coi, mean);
-    else if constexpr (Masked && C == 1)
-        return F(s, a.srcStep, a.mask, a.maskStep, a.roi, mean, sd);
-    else if constexpr (Masked)
-        return F(s, a.srcStep, a.mask, a.maskStep, a.roi, a.coi, mean, sd);
-    else if constexpr (C == 1)
-        return F(s, a.srcStep, a.roi, mean, sd);
+    if constexpr (MeanOnly)
+        return zt::callForm<F, T, C, true>(a, mean);
     else
-        return F(s, a.srcStep, a.roi, a.coi, mean, sd);
+        return zt::callForm<F, T, C, Masked>(a, mean, sd);
 }
 
 template <class T, int C, bool Masked, bool MeanOnly>

@@ -23,18 +23,9 @@ using zt::StatCase;
 
 template <class T, int C, bool Masked, auto F>
 ZepStatus callExport(const StatArgs& a) {
-    const T* s = static_cast<const T*>(a.src);
     Results& r = *a.out;
-    float *lo = a.result(0, r.extreme[0]), *hi = a.result(1, r.extreme[1]);
-    ImagePoint *loAt = a.result(2, r.at[0]), *hiAt = a.result(3, r.at[1]);
-    if constexpr (Masked && C == 1)
-        return F(s, a.srcStep, a.mask, a.maskStep, a.roi, lo, hi, loAt, hiAt);
-    else if constexpr (Masked)
-        return F(s, a.srcStep, a.mask, a.maskStep, a.roi, a.coi, lo, hi, loAt, hiAt);
-    else if constexpr (C == 1)
-        return F(s, a.srcStep, a.roi, lo, hi, loAt, hiAt);
-    else
-        return F(s, a.srcStep, a.roi, a.coi, lo, hi, loAt, hiAt);
+    return zt::callForm<F, T, C, Masked>(a, a.result(0, r.extreme[0]), a.result(1, r.extreme[1]),
+                                         a.result(2, r.at[0]), a.result(3, r.at[1]));
 }
 
 template <class T, int C, bool Masked>

@@ -30,17 +30,7 @@ struct NormCase : zt::StatCase {
 
 template <NormOf O, class T, int Ch, auto F>
 ZepStatus callExport(const StatArgs& n) {
-    const auto* a = static_cast<const T*>(n.src);
-    const auto* b = static_cast<const T*>(n.src2);
-    double* out = n.result(0, n.out->value[0]);
-    if constexpr (O == NormOf::src && Ch == 1)
-        return F(a, n.srcStep, n.mask, n.maskStep, n.roi, out);
-    else if constexpr (O == NormOf::src)
-        return F(a, n.srcStep, n.mask, n.maskStep, n.roi, n.coi, out);
-    else if constexpr (Ch == 1)
-        return F(a, n.srcStep, b, n.src2Step, n.mask, n.maskStep, n.roi, out);
-    else
-        return F(a, n.srcStep, b, n.src2Step, n.mask, n.maskStep, n.roi, n.coi, out);
+    return zt::callForm<F, T, Ch, true, O != NormOf::src>(n, n.result(0, n.out->value[0]));
 }
 
 template <NormKind K, NormOf O, class T, int Ch>

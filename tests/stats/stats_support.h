@@ -44,6 +44,29 @@ struct StatArgs {
     }
 };
 
+// Calls the export F (elements T, C channels) with the source (and the second
+// source where `Two`), the mask where `Masked`, the ROI, the channel of
+// interest where C is 3, and the results `out`.
+template <auto F, class T, int C, bool Masked, bool Two = false, class... Out>
+ZepStatus callForm(const StatArgs& a, Out... out) {
+    auto roi = [&](auto... head) {
+        if constexpr (C == 1)
+            return F(head..., a.roi, out...);
+        else
+            return F(head..., a.roi, a.coi, out...);
+    };
+    auto mask = [&](auto... head) {
+        if constexpr (Masked)
+            return roi(head..., a.mask, a.maskStep);
+        else
+            return roi(head...);
+    };
+    if constexpr (Two)
+        return mask(static_cast<const T*>(a.src), a.srcStep, static_cast<const T*>(a.src2), a.src2Step);
+    else
+        return mask(static_cast<const T*>(a.src), a.srcStep);
+}
+
 struct StatCase {
     std::string name;
     int elemBytes, channels;
