@@ -1,6 +1,5 @@
-// Sobel kernels: the table of worked examples, sums, the 16-bit wrap, sign,
-// argument checks, agreement of the 16s and 32f forms, and OpenCV's
-// getDerivKernels (its ksize-1 kernels are the same binomial differences).
+// Sobel kernels: the sign rule, the exact coefficients with the 16-bit wrap in
+// both forms, argument checks, and OpenCV's getDerivKernels.
 #include <gtest/gtest.h>
 #include <zepcore.h>
 #include <zepcv.h>
@@ -18,14 +17,9 @@ std::vector<int> sobel16(int n, int d, int sign = 1) {
     return {k.begin(), k.end()};
 }
 
-TEST(Sobel, WorkedExamples) {
-    EXPECT_EQ(sobel16(3, 0), (std::vector<int>{1, 2, 1}));
-    EXPECT_EQ(sobel16(3, 1), (std::vector<int>{-1, 0, 1}));
-    EXPECT_EQ(sobel16(3, 2), (std::vector<int>{1, -2, 1}));
-    EXPECT_EQ(sobel16(5, 0), (std::vector<int>{1, 4, 6, 4, 1}));
-    EXPECT_EQ(sobel16(5, 1), (std::vector<int>{-1, -2, 0, 2, 1}));
-    EXPECT_EQ(sobel16(5, 2), (std::vector<int>{1, 0, -2, 0, 1}));
-    EXPECT_EQ(sobel16(1, 0), (std::vector<int>{1}));
+// The sign rule; SobelPeers.GetDerivKernels pins the coefficients of sizes 3 and up, and the next test those of
+// size 1 with sign 1.
+TEST(Sobel, SignFlipsTheKernelAndZeroCountsAsPositive) {
     EXPECT_EQ(sobel16(1, 0, -1), (std::vector<int>{-1}));
     EXPECT_EQ(sobel16(3, 1, -1), (std::vector<int>{1, 0, -1}));
     EXPECT_EQ(sobel16(3, 1, 0), (std::vector<int>{-1, 0, 1}));
