@@ -24,8 +24,7 @@ void sprinkle(std::mt19937& rng, Image<uint8_t>& img, unsigned perMille) {
 // buffer of exactly the reported size, misaligned, guarded on both sides.
 void expectPathsAgree(std::mt19937& rng, const Image<uint8_t>& src, const Image<float>& dst) {
     const int w = src.width, h = src.height;
-    int n = 0;
-    ASSERT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({w, h}, &n), zepStsOk);
+    const int n = zt::queried(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R, ImageSize{w, h});
     const zt::Canvas buffer = zt::bufferOf(n, rng() % 64), refBuffer = zt::bufferOf(n, rng() % 64);
     const auto before = buffer.bytes();
     ASSERT_TRUE(zt::agree(
@@ -90,17 +89,14 @@ TEST(TrueDistanceTransform, WideStripsAndDeepEnvelopesAgreeWithScalarPath) {
 }
 
 TEST(TrueDistanceTransform, BufferSizeAndCheckOrder) {
-    int n = 0;
-    ASSERT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({5, 3}, &n), zepStsOk);
-    EXPECT_EQ(n, 8 * 24 + 56);
-    ASSERT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({1, 1}, &n), zepStsOk);
-    EXPECT_EQ(n, 4 * 24 + 56);
-    ASSERT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({7, 1001}, &n), zepStsOk);
-    EXPECT_EQ(n, 1004 * 24 + 56);
-    n = -1;
-    EXPECT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({0, 3}, nullptr), zepStsNullPointer);
-    EXPECT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({0, 3}, &n), zepStsBadSize);
-    EXPECT_EQ(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({3, -1}, &n), zepStsBadSize);
+    const auto size = zepiTrueDistanceTransformGetBufferSize_8u32f_C1R;
+    EXPECT_EQ(zt::queried(size, ImageSize{5, 3}), 8 * 24 + 56);
+    EXPECT_EQ(zt::queried(size, ImageSize{1, 1}), 4 * 24 + 56);
+    EXPECT_EQ(zt::queried(size, ImageSize{7, 1001}), 1004 * 24 + 56);
+    int n = -1;
+    EXPECT_EQ(size({0, 3}, nullptr), zepStsNullPointer);
+    EXPECT_EQ(size({0, 3}, &n), zepStsBadSize);
+    EXPECT_EQ(size({3, -1}, &n), zepStsBadSize);
     EXPECT_EQ(n, -1);
     // Source and destination null, buffer null, then the standard order.
     const zt::RoleImages img({{1, 1, 0}, {4, 1, 0}}, {5, 3});
@@ -126,9 +122,8 @@ TEST(TrueDistanceTransform, AgreesWithOpenCVPrecise) {
     cv::randu(src, 0, 256);
     src.setTo(9, src > 1);
     cv::Mat d(src.size(), CV_32F), ref;
-    int n = 0;
-    zepiTrueDistanceTransformGetBufferSize_8u32f_C1R({130, 97}, &n);
-    std::vector<uint8_t> buf(static_cast<size_t>(n));
+    std::vector<uint8_t> buf(
+        size_t(zt::queried(zepiTrueDistanceTransformGetBufferSize_8u32f_C1R, ImageSize{130, 97})));
     ASSERT_EQ(zepiTrueDistanceTransform_8u32f_C1R(src.data, 130, d.ptr<float>(), int(d.step), {130, 97}, buf.data()),
               zepStsOk);
     cv::distanceTransform(src, ref, cv::DIST_L2, cv::DIST_MASK_PRECISE, CV_32F);

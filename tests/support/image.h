@@ -252,6 +252,14 @@ template <class T, class Ours, class Definition>
         [&](uint8_t* const* o) { return definition(reinterpret_cast<T*>(o[0])); }, floatNaNs);
 }
 
+// What a size query writes after `args`; the query must succeed.
+template <class Size = int, class Query, class... Args>
+Size queried(Query query, Args... args) {
+    Size n = -1;
+    EXPECT_EQ(query(args..., &n), zepStsOk);
+    return n;
+}
+
 // Widths around every block size of 16, 32 and 64 lanes, and a few wide rows.
 inline const std::vector<int>& sweepWidths() {
     static const std::vector<int> w = {1,  2,  3,  4,  5,  7,  8,  13, 15, 16,  17,  31,  32,  33,
