@@ -93,14 +93,14 @@ TEST(Norm, LongRowsStayExact) {
 }
 
 // (2) Rules.
-
-// A norm of one 32f row, every pixel selected unless a mask is given.
-double rowNorm(ZepStatus (*f)(const float*, int, const uint8_t*, int, ImageSize, double*), std::vector<float> row,
-               std::vector<uint8_t> mask = {}) {
-    const int w = int(row.size());
-    if (mask.empty()) mask.assign(row.size(), 1);
+// A norm of 32f pixels in one row (or `w` to a row), every pixel selected unless a mask is given.
+double rowNorm(ZepStatus (*f)(const float*, int, const uint8_t*, int, ImageSize, double*), std::vector<float> px,
+               std::vector<uint8_t> mask = {}, int w = 0) {
+    const int n = int(px.size());
+    w = w ? w : n;
+    if (mask.empty()) mask.assign(px.size(), 1);
     double r = -1.0;
-    EXPECT_EQ(f(row.data(), 4 * w, mask.data(), w, {w, 1}, &r), zepStsOk);
+    EXPECT_EQ(f(px.data(), 4 * w, mask.data(), w, {w, n / w}, &r), zepStsOk);
     return r;
 }
 
@@ -124,12 +124,7 @@ TEST(Norm, Float32SquaresRoundInSinglePrecisionPerLane) {
         row[0] = 0x1p24f;
         EXPECT_EQ(rowNorm(zepiNorm_L1_32f_C1MR, row), l2) << l.width << " " << l.pixel;
     }
-    // Rows are added in double.
-    const float rows[2] = {0x1p24f, 1.0f};
-    const uint8_t on[2] = {1, 1};
-    double r = 0;
-    ASSERT_EQ(zepiNorm_L1_32f_C1MR(rows, 4, on, 1, {1, 2}, &r), zepStsOk);
-    EXPECT_EQ(r, 0x1p24 + 1.0);
+    EXPECT_EQ(rowNorm(zepiNorm_L1_32f_C1MR, {0x1p24f, 1.0f}, {}, 1), 0x1p24 + 1.0);  // rows are added in double
     // Squares of large values overflow the single-precision lane.
     EXPECT_EQ(rowNorm(zepiNorm_L2_32f_C1MR, {3.0e38f}), INFINITY);
 }
@@ -155,17 +150,17 @@ TEST(Norm, RelativeNormsOfIdenticalAndZeroSources) {
                        b = zt::makeSource(rng, c.elemBytes, c.channels, 21, 3, zt::Values::moderate),
                        all = zt::makeMask(rng, 21, 3, zt::Density::all);
         zt::Results r;
+        auto over = [&](const Image<uint8_t>& second, int coi) {
+            return c.exported(
+                StatArgs(a.data(), a.step(), second.data(), second.step(), all.data(), all.step(), {21, 3}, coi, &r));
+        };
         // The same image twice, and a nonzero second source: 0.
         std::memset(a.data(), 0x11, 4);  // a selected nonzero pixel in every channel
-        EXPECT_EQ(c.exported({a.data(), a.step(), a.data(), a.step(), all.data(), all.step(), {21, 3}, 3, &r}),
-                  zepStsOk)
-            << c.name;
+        EXPECT_EQ(over(a, 3), zepStsOk) << c.name;
         EXPECT_EQ(r.value[0], 0.0) << c.name;
         // A second source of zeros: +inf.
         for (int y = 0; y < 3; ++y) std::memset(b.at(y), 0, size_t(21) * c.channels * c.elemBytes);
-        EXPECT_EQ(c.exported({a.data(), a.step(), b.data(), b.step(), all.data(), all.step(), {21, 3}, 1, &r}),
-                  zepStsZeroDenominator)
-            << c.name;
+        EXPECT_EQ(over(b, 1), zepStsZeroDenominator) << c.name;
         EXPECT_EQ(r.value[0], INFINITY) << c.name;
     }
     // A NaN numerator over a zero denominator: -inf.
