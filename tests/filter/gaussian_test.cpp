@@ -160,11 +160,8 @@ TEST(Gaussian, SizeFormulas) {
     // L = 32, h = 1: 256 + 64 + 160 + 480 + 32 + (8 * 24 + 96 + 64) + 32 + 32 + 32
     EXPECT_EQ(buf, 256 + 64 + 160 + 480 + 32 + 352 + 32 + 32 + 32);
     // The 64-bit spec size query gives the same spec sizes.
-    int64_t specL = 0;
-    ASSERT_EQ(zepiFilterGaussianGetSpecSize_L(5, zep8u, 1, &specL), zepStsOk);
-    EXPECT_EQ(specL, 116);
-    ASSERT_EQ(zepiFilterGaussianGetSpecSize_L(3, zep32f, 3, &specL), zepStsOk);
-    EXPECT_EQ(specL, 128);
+    EXPECT_EQ(zt::queried<int64_t>(zepiFilterGaussianGetSpecSize_L, 5u, zep8u, 1), 116);
+    EXPECT_EQ(zt::queried<int64_t>(zepiFilterGaussianGetSpecSize_L, 3u, zep32f, 3), 128);
 }
 
 TEST(Gaussian, UninitialisedSpecIsANoOp) {
@@ -174,17 +171,14 @@ TEST(Gaussian, UninitialisedSpecIsANoOp) {
     std::vector<uint8_t> spec(200, 0);
     std::vector<uint8_t> buffer(100000);
     const auto* s = reinterpret_cast<const FilterGaussianSpec*>(spec.data());
-    EXPECT_EQ(
-        zepiFilterGaussianBorder_8u_C1R(src.data(), src.step(), dst.data(), dst.step(), {20, 6}, 0, s, buffer.data()),
-        zepStsOk);
-    EXPECT_EQ(
-        zepiFilterGaussian_8u_C1R_L(src.data(), src.step(), dst.data(), dst.step(), {20, 6}, 0, s, buffer.data()),
-        zepStsOk);
+    auto filter = [&](auto f) {
+        return f(src.data(), src.step(), dst.data(), dst.step(), {20, 6}, 0, s, buffer.data());
+    };
+    EXPECT_EQ(filter(zepiFilterGaussianBorder_8u_C1R), zepStsOk);
+    EXPECT_EQ(filter(zepiFilterGaussian_8u_C1R_L), zepStsOk);
     spec[0] = 4;   // an even kernel size
     spec[12] = 1;  // replicate
-    EXPECT_EQ(
-        zepiFilterGaussianBorder_8u_C1R(src.data(), src.step(), dst.data(), dst.step(), {20, 6}, 0, s, buffer.data()),
-        zepStsOk);
+    EXPECT_EQ(filter(zepiFilterGaussianBorder_8u_C1R), zepStsOk);
     EXPECT_EQ(dst.canvas.bytes(), before);
 }
 
@@ -199,10 +193,10 @@ struct InitArgs {
 };
 
 TEST(Gaussian, CheckOrders) {
-    std::vector<uint8_t> specMem(400), bufMem(64);
+    std::vector<uint8_t> bufMem(64);
     zt::Canvas specCanvas(400, 1, 400, 0);
-    InitArgs valid{{16, 8},      5, 1.2f, 1, zep8u, 1, reinterpret_cast<FilterGaussianSpec*>(specCanvas.first()),
-                   bufMem.data()};
+    const InitArgs valid{
+        {16, 8}, 5, 1.2f, 1, zep8u, 1, reinterpret_cast<FilterGaussianSpec*>(specCanvas.first()), bufMem.data()};
     using B = zt::BreakerOf<InitArgs>;
     const std::vector<B> initBreakers = {
         {"null spec", 0, [](InitArgs& a) { a.spec = nullptr; }, zepStsNullPointer},
@@ -219,11 +213,11 @@ TEST(Gaussian, CheckOrders) {
         {"border 0xF2", 8, [](InitArgs& a) { a.border = 0xF2; }, zepStsBadBorder},
     };
     // The spec is Init's output: a failing Init must leave it as it was.
-    std::function<ZepStatus(InitArgs&)> init = [](InitArgs& a) {
+    auto init = [](const InitArgs& a) {
         return zepiFilterGaussianInit(a.roi, a.k, a.sigma, a.border, a.type, a.channels, a.spec, a.buffer);
     };
     zt::expectOrder("Init", valid, init, initBreakers, {&specCanvas});
-    std::function<ZepStatus(InitArgs&)> initL = [](InitArgs& a) {
+    auto initL = [](const InitArgs& a) {
         return a.buffer ? zepiFilterGaussianInit_L({a.roi.width, a.roi.height}, a.k, a.sigma, a.border, a.type,
                                                    a.channels, a.spec)
                         : zepStsNullPointer;
@@ -242,41 +236,28 @@ TEST(Gaussian, CheckOrders) {
     EXPECT_EQ(zepiFilterGaussianGetBufferSize_L({0x7fffffff, 1}, 3, zep8u, 1, &bl), zepStsSizeOverflow);
     EXPECT_EQ(zepiFilterGaussianGetBufferSize_L({0x7fffffff, 1}, 3, zep8u, 2, &bl), zepStsBadChannel);
 
-    // The 8u C1 filter: pointers, spec, steps (before the size), size, the spec's border.
+    // The 8u C1 filter on images 0 and 1, buffer 2, spec 3: pointers, spec, steps (before the size), size, the
+    // spec's border.
     std::mt19937 rng(5);
     Image<uint8_t> src(rng, 16, 8), dst(rng, 16, 8);
-    int bufSize = 0;
-    ASSERT_EQ(zepiFilterGaussianGetBufferSize({16, 8}, 5, zep8u, 1, &s, &bufSize), zepStsOk);
-    std::vector<uint8_t> buffer(bufSize);
+    ASSERT_EQ(zepiFilterGaussianGetBufferSize({16, 8}, 5, zep8u, 1, &s, &b), zepStsOk);
+    std::vector<uint8_t> buffer(b);
     ASSERT_EQ(init(valid), zepStsOk);
-    struct FilterArgs {
-        const uint8_t* src;
-        int srcStep;
-        uint8_t* dst;
-        int dstStep;
-        ImageSize roi;
-        const FilterGaussianSpec* spec;
-        uint8_t* buffer;
-    };
-    using FB = zt::BreakerOf<FilterArgs>;
-    FilterArgs fv{src.data(), src.step(), dst.data(), dst.step(), {16, 8}, valid.spec, buffer.data()};
     std::vector<uint8_t> badSpec(specCanvas.first(), specCanvas.first() + 400);
     badSpec[12] = 2;  // border type 2
-    const std::vector<FB> fb = {
-        {"null src", 0, [](FilterArgs& a) { a.src = nullptr; }, zepStsNullPointer},
-        {"null dst", 1, [](FilterArgs& a) { a.dst = nullptr; }, zepStsNullPointer},
-        {"null buffer", 2, [](FilterArgs& a) { a.buffer = nullptr; }, zepStsNullPointer},
-        {"null spec", 3, [](FilterArgs& a) { a.spec = nullptr; }, zepStsNullPointer},
-        {"short src step", 4, [](FilterArgs& a) { a.srcStep = 15; }, zepStsBadStep},
-        {"short dst step", 5, [](FilterArgs& a) { a.dstStep = 15; }, zepStsBadStep},
-        {"zero height", 6, [](FilterArgs& a) { a.roi.height = 0; }, zepStsBadSize},
-        {"bad spec border", 3,
-         [&](FilterArgs& a) { a.spec = reinterpret_cast<const FilterGaussianSpec*>(badSpec.data()); },
-         zepStsBadBorder},
+    const auto nul = zt::nullBreaker;
+    std::vector<zt::Breaker> fb = {nul(0), nul(1), nul(2), nul(3)};
+    fb.insert(fb.end(),
+              {{"short src step", 4, [](zt::CallArgs& a) { a.step[0] = 15; }, zepStsBadStep},
+               {"short dst step", 5, [](zt::CallArgs& a) { a.step[1] = 15; }, zepStsBadStep},
+               {"zero height", 6, [](zt::CallArgs& a) { a.roi.height = 0; }, zepStsBadSize},
+               {"bad spec border", 3, [&](zt::CallArgs& a) { a.ptr[3] = badSpec.data(); }, zepStsBadBorder}});
+    auto filter = [](const zt::CallArgs& a) {
+        return zepiFilterGaussianBorder_8u_C1R(
+            static_cast<const uint8_t*>(a.ptr[0]), a.step[0], static_cast<uint8_t*>(a.ptr[1]), a.step[1], a.roi, 0,
+            static_cast<const FilterGaussianSpec*>(a.ptr[3]), static_cast<uint8_t*>(a.ptr[2]));
     };
-    std::function<ZepStatus(FilterArgs&)> filter = [](FilterArgs& a) {
-        return zepiFilterGaussianBorder_8u_C1R(a.src, a.srcStep, a.dst, a.dstStep, a.roi, 0, a.spec, a.buffer);
-    };
+    const zt::CallArgs fv({src.data(), dst.data(), buffer.data(), valid.spec}, {src.step(), dst.step()}, {16, 8}, {});
     zt::expectOrder("GaussianBorder_8u_C1R", fv, filter, fb, {&dst.canvas});
     // A spec of another type is not this filter's.
     EXPECT_EQ(zepiFilterGaussianBorder_16s_C1R(reinterpret_cast<const int16_t*>(src.data()), 16,
