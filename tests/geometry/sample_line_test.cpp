@@ -1,6 +1,6 @@
-// Line sampling: the two-sample branch-free loop against the rule, worked
-// lines pinning the axis choice and the tie rule, the check order, and
-// cv::LineIterator.
+// Line sampling: the two-sample branch-free loop against the rule, the sample
+// count, the check order, and cv::LineIterator, which pins the axis choice and
+// the tie rule.
 #include "geometry/sample_line.h"
 
 #include <gtest/gtest.h>
@@ -48,36 +48,6 @@ TEST(SampleLine, BranchFreeLoopAgreesWithTheRule) {
     expectLinesAgree<float, 3>(zepiSampleLine_32f_C3R);
 }
 
-// An 8x8 16u image whose pixel (x, y) holds 100 * y + x: samples read back as points.
-std::vector<std::pair<int, int>> trace(ImagePoint a, ImagePoint b) {
-    uint16_t img[8][8];
-    for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 8; ++x) img[y][x] = uint16_t(100 * y + x);
-    std::vector<uint16_t> out(16, 0xFFFF);
-    EXPECT_EQ(zepiSampleLine_16u_C1R(&img[0][0], 16, {8, 8}, out.data(), a, b), zepStsOk);
-    std::vector<std::pair<int, int>> pts;
-    for (uint16_t v : out)
-        if (v != 0xFFFF) pts.push_back({v % 100, v / 100});
-    return pts;
-}
-
-using Pts = std::vector<std::pair<int, int>>;
-
-TEST(SampleLine, WorkedLines) {
-    EXPECT_EQ(trace({3, 5}, {3, 5}), (Pts{{3, 5}}));
-    EXPECT_EQ(trace({0, 0}, {4, 0}), (Pts{{0, 0}, {1, 0}, {2, 0}, {3, 0}, {4, 0}}));
-    EXPECT_EQ(trace({4, 0}, {0, 0}), (Pts{{4, 0}, {3, 0}, {2, 0}, {1, 0}, {0, 0}}));
-    EXPECT_EQ(trace({0, 0}, {3, 3}), (Pts{{0, 0}, {1, 1}, {2, 2}, {3, 3}}));
-    // Errors 2, 0 (no minor step at exactly 0), -2 (step, becomes 6), 4.
-    EXPECT_EQ(trace({0, 0}, {4, 1}), (Pts{{0, 0}, {1, 0}, {2, 0}, {3, 1}, {4, 1}}));
-    // The same tie along y.
-    EXPECT_EQ(trace({0, 0}, {1, 4}), (Pts{{0, 0}, {0, 1}, {0, 2}, {1, 3}, {1, 4}}));
-    // Reversed, the tie falls the other way: a line and its reverse may differ.
-    EXPECT_EQ(trace({4, 1}, {0, 0}), (Pts{{4, 1}, {3, 1}, {2, 1}, {1, 0}, {0, 0}}));
-    // Against the direction of both axes, with a row step wider than the row.
-    EXPECT_EQ(trace({7, 7}, {1, 4}), (Pts{{7, 7}, {6, 7}, {5, 6}, {4, 6}, {3, 5}, {2, 5}, {1, 4}}));
-}
-
 TEST(SampleLine, SampleCountOverflow) {
     // Not reachable with end points inside a ROI (M < width <= 2^31 - 1); the
     // count rule itself: 2^31 - 1 + 1 is negative in 32 bits.
@@ -117,18 +87,20 @@ TEST(SampleLine, CheckOrder) {
 }
 
 // cv::LineIterator (8-connected) steps with the same error term and the same
-// tie rule, so every line inside the image visits the same pixels in the same
-// order. It takes x as the major axis for exact diagonals where we take y; a
-// diagonal moves along both axes every step, so the pixels are the same.
+// tie rule (no minor step at an error of exactly 0, so a line and its reverse
+// may differ), so every line inside the image visits the same pixels in the
+// same order, points and short lines in every direction included. It takes x as the major axis for exact diagonals
+// where we take y; a diagonal moves along both axes every step, so the pixels are the same.
 TEST(SampleLinePeers, OpenCVLineIterator) {
     std::mt19937 rng(12);
     cv::Mat img(97, 131, CV_8UC1);
     cv::randu(img, 0, 256);
     for (int k = 0; k < 3000; ++k) {
         const cv::Point a(int(rng() % 131), int(rng() % 97));
-        const cv::Point b = k % 7 == 0 ? a + cv::Point(int(rng() % 20), int(rng() % 20))
-                                       : cv::Point(int(rng() % 131), int(rng() % 97));
-        if (b.x >= 131 || b.y >= 97) continue;
+        const cv::Point b = k % 50 == 0  ? a
+                            : k % 7 == 0 ? a + cv::Point(int(rng() % 13) - 6, int(rng() % 13) - 6)
+                                         : cv::Point(int(rng() % 131), int(rng() % 97));
+        if (b.x < 0 || b.y < 0 || b.x >= 131 || b.y >= 97) continue;
         cv::LineIterator it(img, a, b, 8);
         std::vector<uint8_t> theirs, ours(size_t(it.count));
         for (int i = 0; i < it.count; ++i, ++it) theirs.push_back(**it);
