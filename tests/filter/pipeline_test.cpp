@@ -223,27 +223,27 @@ TEST(ColumnPipeline, VectorAgreesWithScalarDefinition) {
 
 // ---- Rules: worked examples ----
 
-TEST(PipelineRules, IntegerRowRoundsTiesToEvenAndSaturates) {
-    const uint8_t src[6] = {1, 3, 5, 7, 255, 0};
-    int16_t out[6];
-    int16_t* rows[1] = {out};
-    const int16_t one = 1;
+// One integer row pass with kernel size 1 and a replicated border, its output as ints.
+template <class Src>
+std::vector<int> row(ZepStatus (*f)(const Src*, int, int16_t**, ImageSize, const int16_t*, int, int, uint32_t, Src,
+                                    int, uint8_t*),
+                     std::vector<Src> src, int16_t tap, int divisor) {
+    std::vector<int16_t> out(src.size());
+    int16_t* rows[1] = {out.data()};
     uint8_t buf[8];
-    // Kernel size 1: round(t * x / d): 0.5, 1.5, 2.5, 3.5 -> 0, 2, 2, 4.
-    ASSERT_EQ(zepiFilterRowBorderPipeline_8u16s_C1R(src, 6, rows, {6, 1}, &one, 1, 0, 1, 0, 2, buf), zepStsOk);
-    EXPECT_EQ(std::vector<int16_t>(out, out + 4), (std::vector<int16_t>{0, 2, 2, 4}));
-    // A negative divisor: -0.5, -1.5, -2.5, -3.5 -> 0, -2, -2, -4.
-    const int16_t s16[4] = {1, 3, 5, 7};
-    int16_t* rows16[1] = {out};
-    ASSERT_EQ(zepiFilterRowBorderPipeline_16s_C1R(s16, 8, rows16, {4, 1}, &one, 1, 0, 1, 0, -2, buf), zepStsOk);
-    EXPECT_EQ(std::vector<int16_t>(out, out + 4), (std::vector<int16_t>{0, -2, -2, -4}));
+    const int w = int(src.size());
+    EXPECT_EQ(f(src.data(), int(sizeof(Src)) * w, rows, {w, 1}, &tap, 1, 0, 1, Src(0), divisor, buf), zepStsOk);
+    return {out.begin(), out.end()};
+}
+
+TEST(PipelineRules, IntegerRowRoundsTiesToEvenAndSaturates) {
+    using V = std::vector<int>;
+    // round(t * x / d): 0.5, 1.5, 2.5, 3.5 -> 0, 2, 2, 4; with a negative divisor -> 0, -2, -2, -4.
+    EXPECT_EQ(row<uint8_t>(zepiFilterRowBorderPipeline_8u16s_C1R, {1, 3, 5, 7}, 1, 2), (V{0, 2, 2, 4}));
+    EXPECT_EQ(row<int16_t>(zepiFilterRowBorderPipeline_16s_C1R, {1, 3, 5, 7}, 1, -2), (V{0, -2, -2, -4}));
     // 32767 * 255 saturates to 32767; -32768 * 255 to -32768.
-    const int16_t big[2] = {32767, -32768};
-    for (int t = 0; t < 2; ++t) {
-        ASSERT_EQ(zepiFilterRowBorderPipeline_8u16s_C1R(src + 4, 1, rows, {1, 1}, big + t, 1, 0, 1, 0, 1, buf),
-                  zepStsOk);
-        EXPECT_EQ(out[0], t == 0 ? 32767 : -32768);
-    }
+    EXPECT_EQ(row<uint8_t>(zepiFilterRowBorderPipeline_8u16s_C1R, {255}, 32767, 1), V{32767});
+    EXPECT_EQ(row<uint8_t>(zepiFilterRowBorderPipeline_8u16s_C1R, {255}, -32768, 1), V{-32768});
 }
 
 TEST(PipelineRules, RowBordersAtBothEnds) {
@@ -264,38 +264,33 @@ TEST(PipelineRules, RowBordersAtBothEnds) {
     EXPECT_EQ(ends(0xF0, 7), std::pair(215.0f, 943.0f));
 }
 
-TEST(PipelineRules, SinglePrecisionColumnRounding) {
-    // tap 1, divisor 2: 255 -> 127.5 -> 127 (8s); -257 -> -128.5 -> -128; 5 -> 2.5 -> 2; 7 -> 3.5 -> 4.
-    const int16_t values[4] = {255, -257, 5, 7};
-    const int16_t* rows[1] = {values};
-    int8_t out[4];
-    const int16_t one = 1;
+// One column pass of `width` pixels over `rows`, its output as ints.
+template <class Dst, class Src>
+std::vector<int> column(ZepStatus (*f)(const Src* const*, Dst*, int, ImageSize, const int16_t*, int, int, uint8_t*),
+                        std::vector<const Src*> rows, int width, std::vector<int16_t> taps, int divisor) {
+    std::vector<Dst> out(width);
     uint8_t buf[8];
-    ASSERT_EQ(zepiFilterColumnPipeline_16s8s_C1R(rows, out, 4, {4, 1}, &one, 1, 2, buf), zepStsOk);
-    EXPECT_EQ(std::vector<int>(out, out + 4), (std::vector<int>{127, -128, 2, 4}));
-    uint8_t out8[4];
-    ASSERT_EQ(zepiFilterColumnPipeline_16s8u_C1R(rows, out8, 4, {4, 1}, &one, 1, 2, buf), zepStsOk);
-    EXPECT_EQ(std::vector<int>(out8, out8 + 4), (std::vector<int>{128, 0, 2, 4}));  // 127.5 -> 128 (even)
+    EXPECT_EQ(
+        f(rows.data(), out.data(), int(sizeof(Dst)) * width, {width, 1}, taps.data(), int(taps.size()), divisor, buf),
+        zepStsOk);
+    return {out.begin(), out.end()};
+}
+
+TEST(PipelineRules, SinglePrecisionColumnRounding) {
+    const int16_t v[4] = {255, -257, 5, 7};
+    const uint16_t u[1] = {65535};
+    using V = std::vector<int>;
+    // tap 1, divisor 2: 255 -> 127.5 -> 127 (8s) or 128 (8u, even); -257 -> -128.5 -> -128; 5 -> 2.5 -> 2; 7 -> 4.
+    EXPECT_EQ(column(zepiFilterColumnPipeline_16s8s_C1R, {v}, 4, {1}, 2), (V{127, -128, 2, 4}));
+    EXPECT_EQ(column(zepiFilterColumnPipeline_16s8u_C1R, {v}, 4, {1}, 2), (V{128, 0, 2, 4}));
     // The arithmetic is single precision: tap 3, divisor 3 is 3 * (2^-16 / 3 rounded) * 65536 x,
     // which lands on x exactly for these values.
-    const int16_t three = 3;
-    int16_t out16[4];
-    ASSERT_EQ(zepiFilterColumnPipeline_16s_C1R(rows, out16, 8, {4, 1}, &three, 1, 3, buf), zepStsOk);
-    EXPECT_EQ(std::vector<int>(out16, out16 + 4), (std::vector<int>{255, -257, 5, 7}));
+    EXPECT_EQ(column(zepiFilterColumnPipeline_16s_C1R, {v}, 4, {3}, 3), (V{255, -257, 5, 7}));
     // Taps whose magnitudes sum to 65535 or more take the exact path: 3 * 32767 * 7 / 98301 = 7.
-    const int16_t wide[3] = {32767, 32767, 32767};
-    const int16_t* rows3[3] = {values + 3, values + 3, values + 3};
-    ASSERT_EQ(zepiFilterColumnPipeline_16s_C1R(rows3, out16, 2, {1, 1}, wide, 3, 98301, buf), zepStsOk);
-    EXPECT_EQ(out16[0], 7);
-    // 16u: exact integers; 65535 * 2 / 1 saturates.
-    const uint16_t u[1] = {65535};
-    const uint16_t* urows[2] = {u, u};
-    const int16_t ones[2] = {1, 1};
-    uint16_t uout[1];
-    ASSERT_EQ(zepiFilterColumnPipeline_16u_C1R(urows, uout, 2, {1, 1}, ones, 2, 1, buf), zepStsOk);
-    EXPECT_EQ(uout[0], 65535);
-    ASSERT_EQ(zepiFilterColumnPipeline_16u_C1R(urows, uout, 2, {1, 1}, ones, 2, 4, buf), zepStsOk);
-    EXPECT_EQ(uout[0], 32768);  // 32767.5 -> even
+    EXPECT_EQ(column(zepiFilterColumnPipeline_16s_C1R, {v + 3, v + 3, v + 3}, 1, {32767, 32767, 32767}, 98301), V{7});
+    // 16u: exact integers; 65535 * 2 / 1 saturates, 32767.5 rounds to even.
+    EXPECT_EQ(column(zepiFilterColumnPipeline_16u_C1R, {u, u}, 1, {1, 1}, 1), V{65535});
+    EXPECT_EQ(column(zepiFilterColumnPipeline_16u_C1R, {u, u}, 1, {1, 1}, 4), V{32768});
 }
 
 TEST(PipelineRules, BufferSizeFormulas) {
