@@ -10,8 +10,6 @@
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 
 #include <algorithm>
-#include <cmath>
-#include <numeric>
 #include <opencv2/imgproc.hpp>
 
 #include "filter/pipeline_checks.h"

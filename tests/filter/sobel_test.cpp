@@ -5,7 +5,6 @@
 #include <zepcv.h>
 
 #include <cmath>
-#include <numeric>
 #include <opencv2/imgproc.hpp>
 #include <vector>
 

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <opencv2/imgproc.hpp>
 #include <random>
 #include <vector>

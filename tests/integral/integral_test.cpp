@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <opencv2/imgproc.hpp>
 #include <random>
 #include <string>

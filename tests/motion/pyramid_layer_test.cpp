@@ -8,7 +8,6 @@
 
 #include <cmath>
 #include <deque>
-#include <memory>
 #include <opencv2/imgproc.hpp>
 #include <random>
 #include <thread>

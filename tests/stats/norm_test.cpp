@@ -10,7 +10,6 @@
 #include <cstring>
 #include <opencv2/core.hpp>
 #include <random>
-#include <string>
 #include <vector>
 
 #include "stats/stats_support.h"
