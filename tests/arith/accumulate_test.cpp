@@ -29,28 +29,6 @@ struct AccCase {
 // The calls take their images in argument order (sources, mask, accumulator)
 // and alpha as the parameter; unmasked forms read no mask, and forms of one
 // source no second one.
-template <Acc Op, bool Masked, class Src, auto F>
-ZepStatus callExport(const CallArgs& a) {
-    const auto* s1 = static_cast<const Src*>(a.ptr[0]);
-    const auto* s2 = static_cast<const Src*>(a.ptr[1]);
-    const auto* mask = static_cast<const uint8_t*>(a.ptr[Op == Acc::product ? 2 : 1]);
-    const int ms = a.step[Op == Acc::product ? 2 : 1];
-    auto* acc = static_cast<float*>(a.ptr.back());
-    const int as = a.step.back();
-    if constexpr (Op == Acc::product && Masked)
-        return F(s1, a.step[0], s2, a.step[1], mask, ms, acc, as, a.roi);
-    else if constexpr (Op == Acc::product)
-        return F(s1, a.step[0], s2, a.step[1], acc, as, a.roi);
-    else if constexpr (Op == Acc::weighted && Masked)
-        return F(s1, a.step[0], mask, ms, acc, as, a.roi, float(a.param[0]));
-    else if constexpr (Op == Acc::weighted)
-        return F(s1, a.step[0], acc, as, a.roi, float(a.param[0]));
-    else if constexpr (Masked)
-        return F(s1, a.step[0], mask, ms, acc, as, a.roi);
-    else
-        return F(s1, a.step[0], acc, as, a.roi);
-}
-
 template <Acc Op, bool Masked, class Src>
 ZepStatus callScalar(const CallArgs& a) {
     const int m = Op == Acc::product ? 2 : 1;
@@ -62,7 +40,7 @@ ZepStatus callScalar(const CallArgs& a) {
 
 template <Acc Op, bool Masked, class Src, auto F>
 AccCase accCase(const char* name) {
-    return {name, Op, Masked, sizeof(Src), &callExport<Op, Masked, Src, F>, &callScalar<Op, Masked, Src>};
+    return {name, Op, Masked, sizeof(Src), &zt::callWith<F>, &callScalar<Op, Masked, Src>};
 }
 
 // The 8u and 16u forms, and the 32f form, of an operation in one layout; all four forms of an operation.

@@ -105,13 +105,8 @@ TEST(TrueDistanceTransform, BufferSizeAndCheckOrder) {
     valid.ptr.push_back(buffer.first());
     auto b = zt::standardBreakers({{1, 1, 0}, {4, 1, 0}}, {5, 3});
     b.insert(b.begin() + 2, {"null buffer", 2, [](zt::CallArgs& a) { a.ptr[2] = nullptr; }, zepStsNullPointer});
-    zt::expectOrder("TrueDistanceTransform", valid,
-                    [](const zt::CallArgs& a) {
-                        return zepiTrueDistanceTransform_8u32f_C1R(static_cast<const uint8_t*>(a.ptr[0]), a.step[0],
-                                                                   static_cast<float*>(a.ptr[1]), a.step[1], a.roi,
-                                                                   static_cast<uint8_t*>(a.ptr[2]));
-                    },
-                    b, {img.canvases[0], img.canvases[1], &buffer});
+    zt::expectOrder("TrueDistanceTransform", valid, zt::callWith<zepiTrueDistanceTransform_8u32f_C1R>, b,
+                    {img.canvases[0], img.canvases[1], &buffer});
 }
 
 // Peer: cv::distanceTransform with DIST_L2 and DIST_MASK_PRECISE is an exact

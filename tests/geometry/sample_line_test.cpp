@@ -68,20 +68,14 @@ void checkOrder(const char* name) {
     b.push_back({"x = width", 60, [](CallArgs& a) { a.param[2] = a.roi.width; }, zepStsOutOfRange});
     b.push_back({"negative y", 61, [](CallArgs& a) { a.param[1] = -1; }, zepStsOutOfRange});
     b.push_back({"y = height", 62, [](CallArgs& a) { a.param[3] = a.roi.height; }, zepStsOutOfRange});
-    zt::expectOrder(name, {{src.data(), dst.data()}, {src.step()}, roi, {0, 0, 5, 3}},
-                    [](const CallArgs& a) {
-                        return F(static_cast<const T*>(a.ptr[0]), a.step[0], a.roi, static_cast<T*>(a.ptr[1]),
-                                 {int(a.param[0]), int(a.param[1])}, {int(a.param[2]), int(a.param[3])});
-                    },
-                    b, {&src.canvas, &dst.canvas});
+    zt::expectOrder(name, {{src.data(), dst.data()}, {src.step()}, roi, {0, 0, 5, 3}}, zt::callWith<F>, b,
+                    {&src.canvas, &dst.canvas});
 }
 
+// Every form checks in sampleLineImage's order: one form of 1-byte elements, one
+// of wider elements (step multiples) with channels in its step size.
 TEST(SampleLine, CheckOrder) {
     checkOrder<uint8_t, 1, zepiSampleLine_8u_C1R>("SampleLine_8u_C1R");
-    checkOrder<uint8_t, 3, zepiSampleLine_8u_C3R>("SampleLine_8u_C3R");
-    checkOrder<uint16_t, 1, zepiSampleLine_16u_C1R>("SampleLine_16u_C1R");
-    checkOrder<uint16_t, 3, zepiSampleLine_16u_C3R>("SampleLine_16u_C3R");
-    checkOrder<float, 1, zepiSampleLine_32f_C1R>("SampleLine_32f_C1R");
     checkOrder<float, 3, zepiSampleLine_32f_C3R>("SampleLine_32f_C3R");
 }
 

@@ -80,15 +80,11 @@ TEST(MotionHistory, ThresholdRule) {
 template <class S, auto F>
 void checkOrder(const char* name) {
     zt::expectRoleOrder(
-        name, {{int(sizeof(S)), 1, 0}, {4, 1, 0}}, {6, 2},
-        [](const CallArgs& a) {
-            return F(static_cast<const S*>(a.ptr[0]), a.step[0], static_cast<float*>(a.ptr[1]), a.step[1], a.roi,
-                     5.0f, float(a.param[0]));
-        },
+        name, {{int(sizeof(S)), 1, 0}, {4, 1, 0}}, {6, 2}, zt::callWith<F>,
         [](std::vector<zt::Breaker>& b) {
-            b.push_back({"negative duration", 50, [](CallArgs& a) { a.param[0] = -1e-30; }, zepStsOutOfRange});
+            b.push_back({"negative duration", 50, [](CallArgs& a) { a.param[1] = -1e-30; }, zepStsOutOfRange});
         },
-        {1.0});
+        {5.0, 1.0});
 }
 
 TEST(MotionHistory, CheckOrder) {

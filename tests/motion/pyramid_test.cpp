@@ -133,16 +133,9 @@ TEST(PyramidSizes, CheckOrder) {
     auto checkOrder = [&](const char* name, const CallArgs& valid, const zt::Caller& call, std::vector<Breaker> b) {
         zt::expectOrder(name, valid, call, b, {&out});
     };
-    checkOrder("GetPyramidDownROI", {{o}, {}, roi, {2.0}},
-               [](const CallArgs& a) {
-                   return zepiGetPyramidDownROI(a.roi, static_cast<ImageSize*>(a.ptr[0]), float(a.param[0]));
-               },
+    checkOrder("GetPyramidDownROI", {{o}, {}, roi, {2.0}}, zt::callWith<zepiGetPyramidDownROI>,
                {nul(0), zeroW, zeroH, rateOne, rateNaN});
-    checkOrder("GetPyramidUpROI", {{o, o + 8}, {}, roi, {2.0}},
-               [](const CallArgs& a) {
-                   return zepiGetPyramidUpROI(a.roi, static_cast<ImageSize*>(a.ptr[0]),
-                                              static_cast<ImageSize*>(a.ptr[1]), float(a.param[0]));
-               },
+    checkOrder("GetPyramidUpROI", {{o, o + 8}, {}, roi, {2.0}}, zt::callWith<zepiGetPyramidUpROI>,
                {nul(0), nul(1), zeroW, zeroH, rateOne});
     checkOrder("PyramidGetSize", {{o, o + 4}, {}, roi, {2.0, 3}},
                [](const CallArgs& a) {

@@ -13,6 +13,9 @@
 #include <functional>
 #include <random>
 #include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "support/image.h"
@@ -28,6 +31,29 @@ struct CallArgs {
 };
 
 using Caller = std::function<ZepStatus(const CallArgs&)>;
+
+// Calls F with its arguments taken in order from `a`: a pointer parameter the
+// next pointer, an int right after a pointer the next step, ImageSize the ROI,
+// ImagePoint the next two parameters, any other the next parameter.
+template <auto F>
+ZepStatus callWith(const CallArgs& a) {
+    size_t p = 0, s = 0, q = 0;
+    bool afterPointer = false;
+    auto next = [&]<class T>(std::type_identity<T>) -> T {
+        const bool step = std::exchange(afterPointer, std::is_pointer_v<T>) && std::is_same_v<T, int>;
+        if constexpr (std::is_pointer_v<T>)
+            return static_cast<T>(a.ptr[p++]);
+        else if constexpr (std::is_same_v<T, ImageSize>)
+            return a.roi;
+        else if constexpr (std::is_same_v<T, ImagePoint>)
+            return {int(a.param[q++]), int(a.param[q++])};
+        else
+            return step ? T(a.step[s++]) : T(a.param[q++]);
+    };
+    return [&]<class... P>(ZepStatus (*)(P...)) {
+        return std::apply(F, std::tuple<P...>{next(std::type_identity<P>{})...});
+    }(F);
+}
 
 // Element size, channels, and the step group of an image: the groups are
 // checked one after another, each for step sizes first, then for multiples.
