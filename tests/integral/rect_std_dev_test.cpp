@@ -96,39 +96,34 @@ TEST(RectStdDev, VectorPathAgreesWithScalarDefinition) {
 }
 
 TEST(RectStdDev, CheckOrder) {
+    using zt::CallArgs;
     std::mt19937 rng(2);
     const ImageSize roi{5, 3};
     for (const Case& c : cases()) {
-        const ImageRect rect{1, 1, 2, 2};
-        Tables s(rng, c, roi.width, roi.height, rect);
-        zt::CallArgs valid{{const_cast<void*>(s.sumAt()), const_cast<void*>(s.sqAt()), s.dst.data()},
-                           {s.sum.step(), s.sq.step(), s.dst.step()},
-                           roi,
-                           {1, 1, 2, 2, 0}};
-        auto call = [&c](const zt::CallArgs& a) {
+        Tables s(rng, c, roi.width, roi.height, {1, 1, 2, 2});
+        const CallArgs valid({const_cast<void*>(s.sumAt()), const_cast<void*>(s.sqAt()), s.dst.data()},
+                             {s.sum.step(), s.sq.step(), s.dst.step()}, roi, {1, 1, 2, 2, 0});
+        auto call = [&c](const CallArgs& a) {
             const ImageRect r{int(a.param[0]), int(a.param[1]), int(a.param[2]), int(a.param[3])};
             return c.exported(a.ptr[0], a.step[0], a.ptr[1], a.step[1], a.ptr[2], a.step[2], a.roi,
                               a.param[4] != 0 ? nullptr : &r);
         };
-        const int sumRow = s.cols * c.sumBytes, sqRow = s.cols * c.sqBytes;
+        const int sumRow = s.cols * c.sumBytes, sqRow = s.cols * c.sqBytes, e = c.sumBytes, q = c.sqBytes;
         // Short steps hold one element: short for any rectangle the rect breakers make.
-        std::vector<zt::Breaker> b;
-        for (int i = 0; i < 3; ++i) b.push_back(zt::nullBreaker(i));
-        b.push_back({"null rect", 3, [](zt::CallArgs& a) { a.param[4] = 1; }, zepStsNullPointer});
-        b.push_back({"zero width", 4, [](zt::CallArgs& a) { a.roi.width = 0; }, zepStsBadSize});
-        b.push_back({"zero height", 5, [](zt::CallArgs& a) { a.roi.height = 0; }, zepStsBadSize});
-        b.push_back({"short sum step", 10, [=](zt::CallArgs& a) { a.step[0] = c.sumBytes; }, zepStsBadStep});
-        b.push_back({"short dst step", 12, [=](zt::CallArgs& a) { a.step[2] = roi.width * 4 - 4; }, zepStsBadStep});
-        b.push_back({"short sq step", 11, [=](zt::CallArgs& a) { a.step[1] = c.sqBytes; }, zepStsBadStep});
-        b.push_back({"odd sum step", 10, [=](zt::CallArgs& a) { a.step[0] = sumRow + 2; }, zepStsStepNotMultiple});
-        b.push_back(
-            {"odd dst step", 12, [=](zt::CallArgs& a) { a.step[2] = roi.width * 4 + 2; }, zepStsStepNotMultiple});
-        b.push_back(
-            {"odd sq step", 11, [=](zt::CallArgs& a) { a.step[1] = sqRow + c.sqBytes / 2; }, zepStsStepNotMultiple});
-        b.push_back({"rect x < 0", 20, [](zt::CallArgs& a) { a.param[0] = -1; }, zepStsBadSize});
-        b.push_back({"rect y < 0", 21, [](zt::CallArgs& a) { a.param[1] = -1; }, zepStsBadSize});
-        b.push_back({"rect w 0", 22, [](zt::CallArgs& a) { a.param[2] = 0; }, zepStsBadSize});
-        b.push_back({"rect h 0", 23, [](zt::CallArgs& a) { a.param[3] = 0; }, zepStsBadSize});
+        std::vector<zt::Breaker> b = {zt::nullBreaker(0), zt::nullBreaker(1), zt::nullBreaker(2)};
+        b.push_back({"null rect", 3, [](CallArgs& a) { a.param[4] = 1; }, zepStsNullPointer});
+        b.push_back({"zero width", 4, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize});
+        b.push_back({"zero height", 5, [](CallArgs& a) { a.roi.height = 0; }, zepStsBadSize});
+        b.push_back({"short sum step", 10, [=](CallArgs& a) { a.step[0] = e; }, zepStsBadStep});
+        b.push_back({"short dst step", 12, [=](CallArgs& a) { a.step[2] = roi.width * 4 - 4; }, zepStsBadStep});
+        b.push_back({"short sq step", 11, [=](CallArgs& a) { a.step[1] = q; }, zepStsBadStep});
+        b.push_back({"odd sum step", 10, [=](CallArgs& a) { a.step[0] = sumRow + 2; }, zepStsStepNotMultiple});
+        b.push_back({"odd dst step", 12, [=](CallArgs& a) { a.step[2] = roi.width * 4 + 2; }, zepStsStepNotMultiple});
+        b.push_back({"odd sq step", 11, [=](CallArgs& a) { a.step[1] = sqRow + q / 2; }, zepStsStepNotMultiple});
+        // x < 0, y < 0, width 0, height 0.
+        for (int i = 0; i < 4; ++i)
+            b.push_back({"rect " + std::to_string(i), 20 + i, [i](CallArgs& a) { a.param[i] = i < 2 ? -1 : 0; },
+                         zepStsBadSize});
         zt::expectOrder(c.name, valid, call, b, {&s.dst.canvas});
     }
 }
