@@ -17,43 +17,31 @@ using zep::Path;
 using zep::integral::None;
 using zt::Image;
 
-// Every integral export beside its scalar definition, in one argument layout:
-// source, table, square table (null for the plain forms), ROI; offsets -7
-// (0 for the 32f source) and 3.
-using Fn = ZepStatus (*)(const void*, int, void*, int, void*, int, ImageSize);
-
+// Every integral export beside its scalar definition, called with the source,
+// the table and the square table (the square forms) in argument order;
+// offsets -7 (0 for the 32f source) and 3.
 struct Case {
     std::string name;
     bool tilted, floatSrc;
     int sumBytes, sqBytes;  // sqBytes 0: no square table
-    Fn exported, scalar;
+    zt::Caller exported, scalar;
 };
 
-template <bool T, class Src, class S, class Q, auto F>
-ZepStatus callExport(const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize r) {
-    const auto* src = static_cast<const Src*>(s);
-    if constexpr (std::is_same_v<Src, float>)
-        return F(src, ss, static_cast<S*>(d), ds, r);
-    else if constexpr (std::is_same_v<Q, None>)
-        return F(src, ss, static_cast<S*>(d), ds, r, S(-7));
-    else
-        return F(src, ss, static_cast<S*>(d), ds, static_cast<Q*>(q), qs, r, S(-7), Q(3));
-}
-
 template <bool T, class Src, class S, class Q>
-ZepStatus callScalar(const void* s, int ss, void* d, int ds, void* q, int qs, ImageSize r) {
+ZepStatus callScalar(const zt::CallArgs& a) {
+    constexpr bool sq = !std::is_same_v<Q, None>;
     Q valQ{};
-    if constexpr (!std::is_same_v<Q, None>) valQ = Q(3);
-    return zep::integral::integralImage<Path::scalar, T, Src, S, Q>(static_cast<const Src*>(s), ss,
-                                                                    static_cast<S*>(d), ds, static_cast<Q*>(q), qs, r,
-                                                                    std::is_same_v<Src, float> ? S(0) : S(-7), valQ);
+    if constexpr (sq) valQ = Q(a.param[1]);
+    return zep::integral::integralImage<Path::scalar, T, Src, S, Q>(
+        static_cast<const Src*>(a.ptr[0]), a.step[0], static_cast<S*>(a.ptr[1]), a.step[1],
+        sq ? static_cast<Q*>(a.ptr[2]) : nullptr, sq ? a.step[2] : 0, a.roi,
+        std::is_same_v<Src, float> ? S(0) : S(a.param[0]), valQ);
 }
 
 template <bool T, class Src, class S, class Q, auto F>
 Case make(const char* name) {
     constexpr int sq = std::is_same_v<Q, None> ? 0 : int(sizeof(Q));
-    return {
-        name, T, std::is_same_v<Src, float>, sizeof(S), sq, callExport<T, Src, S, Q, F>, callScalar<T, Src, S, Q>};
+    return Case(name, T, std::is_same_v<Src, float>, sizeof(S), sq, zt::callWith<F>, callScalar<T, Src, S, Q>);
 }
 
 const std::vector<Case>& cases() {
@@ -82,9 +70,11 @@ struct Tables {
           sq(rng, (w + (c.tilted ? 2 : 1)) * std::max(c.sqBytes, 1), h + (c.tilted ? 2 : 1), 1, false,
              std::max(c.sqBytes, 1)) {}
     // The call of `f` writing the tables at o[0] (and o[1]).
-    auto on(const Case& c, Fn f, ImageSize roi) {
-        return [this, &c, f, roi](uint8_t* const* o) {
-            return f(src.data(), src.step(), o[0], sum.step(), c.sqBytes ? o[1] : nullptr, sq.step(), roi);
+    auto on(const Case& c, const zt::Caller& f, ImageSize roi) {
+        return [this, &c, &f, roi](uint8_t* const* o) {
+            zt::CallArgs a({src.data(), o[0]}, {src.step(), sum.step()}, roi, {-7, 3});
+            if (c.sqBytes) a.ptr.push_back(o[1]), a.step.push_back(sq.step());
+            return f(a);
         };
     }
 };
@@ -110,10 +100,7 @@ TEST(Integral, CheckOrder) {
         const int margin = c.tilted ? 2 : 1;
         std::vector<zt::ImageRole> roles = {{c.floatSrc ? 4 : 1, 1, 0}, {c.sumBytes, 1, 0, margin}};
         if (c.sqBytes) roles.push_back({c.sqBytes, 1, 0, margin});
-        zt::expectRoleOrder(c.name, roles, {5, 3}, [&c](const zt::CallArgs& a) {
-            return c.exported(a.ptr[0], a.step[0], a.ptr[1], a.step[1], c.sqBytes ? a.ptr[2] : nullptr,
-                              c.sqBytes ? a.step[2] : 0, a.roi);
-        });
+        zt::expectRoleOrder(c.name, roles, {5, 3}, c.exported, {}, {-7, 3});
     }
 }
 
