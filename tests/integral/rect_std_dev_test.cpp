@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <opencv2/core.hpp>
 #include <random>
 #include <string>
@@ -16,41 +15,31 @@ namespace {
 using zep::Path;
 using zt::Image;
 
-using Fn = std::function<ZepStatus(const void*, int, const void*, int, void*, int, ImageSize, const ImageRect*)>;
-
+// The calls take the tables, the output and the rectangle as pointers, and
+// the scale factor as the parameter.
 struct Case {
     std::string name;
     bool tilted;
     int sumBytes, sqBytes;
     bool floatSum;
-    Fn exported, scalar;
+    int scaleFactor;
+    zt::Caller exported, scalar;
 };
 
-template <class S, class Q, class D, auto F, bool T, bool Sfs>
+template <class S, class Q, class D, auto F, bool T>
 Case make(const char* name, int sf = 0) {
-    auto bind = [sf](auto f) -> Fn {
-        return [f, sf](const void* s, int ss, const void* q, int qs, void* d, int ds, ImageSize r,
-                       const ImageRect* k) {
-            if constexpr (Sfs)
-                return f(static_cast<const S*>(s), ss, static_cast<const Q*>(q), qs, static_cast<D*>(d), ds, r, k,
-                         sf);
-            else
-                return f(static_cast<const S*>(s), ss, static_cast<const Q*>(q), qs, static_cast<D*>(d), ds, r, k);
-        };
-    };
-    auto scalar = [](const S* s, int ss, const Q* q, int qs, D* d, int ds, ImageSize r, const ImageRect* k,
-                     int f = 0) { return zep::integral::rectStdDev<Path::scalar, T>(s, ss, q, qs, d, ds, r, k, f); };
-    return {name, T, sizeof(S), sizeof(Q), std::is_same_v<S, float>, bind(F), bind(scalar)};
+    return Case(name, T, sizeof(S), sizeof(Q), std::is_same_v<S, float>, sf, zt::callWith<F>,
+                zt::callWith<zep::integral::rectStdDev<Path::scalar, T, S, Q, D>>);
 }
 
 const std::vector<Case>& cases() {
     static const std::vector<Case> c = {
-        make<float, double, float, zepiRectStdDev_32f_C1R, false, false>("RectStdDev_32f"),
-        make<int32_t, double, float, zepiRectStdDev_32s32f_C1R, false, false>("RectStdDev_32s32f"),
-        make<int32_t, int32_t, int32_t, zepiRectStdDev_32s_C1RSfs, false, true>("RectStdDev_32s_Sfs", -3),
-        make<float, double, float, zepiTiltedRectStdDev_32f_C1R, true, false>("TiltedRectStdDev_32f"),
-        make<int32_t, double, float, zepiTiltedRectStdDev_32s32f_C1R, true, false>("TiltedRectStdDev_32s32f"),
-        make<int32_t, int32_t, int32_t, zepiTiltedRectStdDev_32s_C1RSfs, true, true>("TiltedRectStdDev_32s_Sfs", 2),
+        make<float, double, float, zepiRectStdDev_32f_C1R, false>("RectStdDev_32f"),
+        make<int32_t, double, float, zepiRectStdDev_32s32f_C1R, false>("RectStdDev_32s32f"),
+        make<int32_t, int32_t, int32_t, zepiRectStdDev_32s_C1RSfs, false>("RectStdDev_32s_Sfs", -3),
+        make<float, double, float, zepiTiltedRectStdDev_32f_C1R, true>("TiltedRectStdDev_32f"),
+        make<int32_t, double, float, zepiTiltedRectStdDev_32s32f_C1R, true>("TiltedRectStdDev_32s32f"),
+        make<int32_t, int32_t, int32_t, zepiTiltedRectStdDev_32s_C1RSfs, true>("TiltedRectStdDev_32s_Sfs", 2),
     };
     return c;
 }
@@ -75,8 +64,13 @@ struct Tables {
                     reinterpret_cast<double*>(sq.at(y))[x] = zt::randomValue<double>(rng, false) * 1e3;
             }
     }
-    const void* sumAt() const { return sum.data() + offset * (sum.canvas.rowBytes() / cols); }
-    const void* sqAt() const { return sq.data() + offset * (sq.canvas.rowBytes() / cols); }
+    // The call on these tables writing to `out`.
+    zt::CallArgs args(const Case& c, uint8_t* out, const ImageRect* rect) const {
+        return zt::CallArgs(
+            {sum.data() + offset * c.sumBytes, sq.data() + offset * c.sqBytes, out, const_cast<ImageRect*>(rect)},
+            {sum.step(), sq.step(), dst.step()}, {int(dst.canvas.rowBytes() / 4), dst.height},
+            {double(c.scaleFactor)});
+    }
 };
 
 TEST(RectStdDev, VectorPathAgreesWithScalarDefinition) {
@@ -85,11 +79,7 @@ TEST(RectStdDev, VectorPathAgreesWithScalarDefinition) {
         for (int w : zt::sweepWidths()) {
             const ImageRect rect{int(1 + rng() % 3), int(rng() % 3), int(1 + rng() % 4), int(1 + rng() % 4)};
             Tables s(rng, c, w, 2, rect);
-            auto on = [&](const Fn& f) {
-                return [&](uint8_t* d) {
-                    return f(s.sumAt(), s.sum.step(), s.sqAt(), s.sq.step(), d, s.dst.step(), {w, 2}, &rect);
-                };
-            };
+            auto on = [&](const zt::Caller& f) { return [&](uint8_t* d) { return f(s.args(c, d, &rect)); }; };
             ASSERT_TRUE(zt::agree(s.dst, on(c.exported), on(c.scalar), c.sqBytes == 8)) << c.name << " width " << w;
         }
     }
@@ -100,18 +90,11 @@ TEST(RectStdDev, CheckOrder) {
     std::mt19937 rng(2);
     const ImageSize roi{5, 3};
     for (const Case& c : cases()) {
-        Tables s(rng, c, roi.width, roi.height, {1, 1, 2, 2});
-        const CallArgs valid({const_cast<void*>(s.sumAt()), const_cast<void*>(s.sqAt()), s.dst.data()},
-                             {s.sum.step(), s.sq.step(), s.dst.step()}, roi, {1, 1, 2, 2, 0});
-        auto call = [&c](const CallArgs& a) {
-            const ImageRect r{int(a.param[0]), int(a.param[1]), int(a.param[2]), int(a.param[3])};
-            return c.exported(a.ptr[0], a.step[0], a.ptr[1], a.step[1], a.ptr[2], a.step[2], a.roi,
-                              a.param[4] != 0 ? nullptr : &r);
-        };
+        static const ImageRect rect{1, 1, 2, 2}, bad[4] = {{-1, 1, 2, 2}, {1, -1, 2, 2}, {1, 1, 0, 2}, {1, 1, 2, 0}};
+        Tables s(rng, c, roi.width, roi.height, rect);
         const int sumRow = s.cols * c.sumBytes, sqRow = s.cols * c.sqBytes, e = c.sumBytes, q = c.sqBytes;
         // Short steps hold one element: short for any rectangle the rect breakers make.
-        std::vector<zt::Breaker> b = {zt::nullBreaker(0), zt::nullBreaker(1), zt::nullBreaker(2)};
-        b.push_back({"null rect", 3, [](CallArgs& a) { a.param[4] = 1; }, zepStsNullPointer});
+        std::vector<zt::Breaker> b = {zt::nullBreaker(0), zt::nullBreaker(1), zt::nullBreaker(2), zt::nullBreaker(3)};
         b.push_back({"zero width", 4, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize});
         b.push_back({"zero height", 5, [](CallArgs& a) { a.roi.height = 0; }, zepStsBadSize});
         b.push_back({"short sum step", 10, [=](CallArgs& a) { a.step[0] = e; }, zepStsBadStep});
@@ -120,11 +103,10 @@ TEST(RectStdDev, CheckOrder) {
         b.push_back({"odd sum step", 10, [=](CallArgs& a) { a.step[0] = sumRow + 2; }, zepStsStepNotMultiple});
         b.push_back({"odd dst step", 12, [=](CallArgs& a) { a.step[2] = roi.width * 4 + 2; }, zepStsStepNotMultiple});
         b.push_back({"odd sq step", 11, [=](CallArgs& a) { a.step[1] = sqRow + q / 2; }, zepStsStepNotMultiple});
-        // x < 0, y < 0, width 0, height 0.
-        for (int i = 0; i < 4; ++i)
-            b.push_back({"rect " + std::to_string(i), 20 + i, [i](CallArgs& a) { a.param[i] = i < 2 ? -1 : 0; },
+        for (int i = 0; i < 4; ++i)  // x < 0, y < 0, width 0, height 0
+            b.push_back({"rect " + std::to_string(i), 20 + i, [i](CallArgs& a) { a.ptr[3] = (void*)&bad[i]; },
                          zepStsBadSize});
-        zt::expectOrder(c.name, valid, call, b, {&s.dst.canvas});
+        zt::expectOrder(c.name, s.args(c, s.dst.data(), &rect), c.exported, b, {&s.dst.canvas});
     }
 }
 

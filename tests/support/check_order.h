@@ -33,14 +33,16 @@ struct CallArgs {
 using Caller = std::function<ZepStatus(const CallArgs&)>;
 
 // Calls F with its arguments taken in order from `a`: a pointer parameter the
-// next pointer, an int right after a pointer the next step, ImageSize the ROI,
-// ImagePoint the next two parameters, any other the next parameter.
+// next pointer, an int right after a pointer the next step while steps are
+// left, ImageSize the ROI, ImagePoint the next two parameters, any other the
+// next parameter.
 template <auto F>
 ZepStatus callWith(const CallArgs& a) {
     size_t p = 0, s = 0, q = 0;
     bool afterPointer = false;
     auto next = [&]<class T>(std::type_identity<T>) -> T {
-        const bool step = std::exchange(afterPointer, std::is_pointer_v<T>) && std::is_same_v<T, int>;
+        const bool step =
+            std::exchange(afterPointer, std::is_pointer_v<T>) && std::is_same_v<T, int> && s < a.step.size();
         if constexpr (std::is_pointer_v<T>)
             return static_cast<T>(a.ptr[p++]);
         else if constexpr (std::is_same_v<T, ImageSize>)
