@@ -125,30 +125,23 @@ TEST(PyramidSizes, CheckOrder) {
     const auto nul = zt::nullBreaker;
     const Breaker zeroW{"zero width", 10, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize};
     const Breaker zeroH{"zero height", 11, [](CallArgs& a) { a.roi.height = 0; }, zepStsBadSize};
-    const Breaker rateOne{"rate 1", 20, [](CallArgs& a) { a.param[0] = 1.0; }, zepStsBadArg};
+    auto rateOne = [](int i) { return Breaker{"rate 1", 20, [i](CallArgs& a) { a.param[i] = 1.0; }, zepStsBadArg}; };
     const Breaker rateNaN{"rate NaN", 20, [](CallArgs& a) { a.param[0] = NAN; }, zepStsBadArg};
-    const Breaker level0{"level 0", 21, [](CallArgs& a) { a.param[1] = 0; }, zepStsBadArg};
+    const Breaker level0{"level 0", 21, [](CallArgs& a) { a.param[0] = 0; }, zepStsBadArg};
 
     // Every call writes only through pointers into `out`.
     auto checkOrder = [&](const char* name, const CallArgs& valid, const zt::Caller& call, std::vector<Breaker> b) {
         zt::expectOrder(name, valid, call, b, {&out});
     };
     checkOrder("GetPyramidDownROI", {{o}, {}, roi, {2.0}}, zt::callWith<zepiGetPyramidDownROI>,
-               {nul(0), zeroW, zeroH, rateOne, rateNaN});
+               {nul(0), zeroW, zeroH, rateOne(0), rateNaN});
     checkOrder("GetPyramidUpROI", {{o, o + 8}, {}, roi, {2.0}}, zt::callWith<zepiGetPyramidUpROI>,
-               {nul(0), nul(1), zeroW, zeroH, rateOne});
-    checkOrder("PyramidGetSize", {{o, o + 4}, {}, roi, {2.0, 3}},
-               [](const CallArgs& a) {
-                   return zepiPyramidGetSize(static_cast<int*>(a.ptr[0]), static_cast<int*>(a.ptr[1]),
-                                             int(a.param[1]), a.roi, float(a.param[0]));
-               },
-               {nul(0), nul(1), zeroH, zeroW, level0, rateOne});
-    checkOrder("PyramidInit", {{o, o + 64, o + 2048}, {}, roi, {2.0, 3}},
-               [](const CallArgs& a) {
-                   return zepiPyramidInit(static_cast<Pyramid**>(a.ptr[0]), int(a.param[1]), a.roi, float(a.param[0]),
-                                          static_cast<uint8_t*>(a.ptr[1]), static_cast<uint8_t*>(a.ptr[2]));
-               },
-               {nul(0), nul(1), nul(2), zeroH, zeroW, rateOne, level0});
+               {nul(0), nul(1), zeroW, zeroH, rateOne(0)});
+    // The level, then the rate.
+    checkOrder("PyramidGetSize", {{o, o + 4}, {}, roi, {3, 2.0}}, zt::callWith<zepiPyramidGetSize>,
+               {nul(0), nul(1), zeroH, zeroW, level0, rateOne(1)});
+    checkOrder("PyramidInit", {{o, o + 64, o + 2048}, {}, roi, {3, 2.0}}, zt::callWith<zepiPyramidInit>,
+               {nul(0), nul(1), nul(2), zeroH, zeroW, rateOne(1), level0});
 }
 
 }  // namespace
