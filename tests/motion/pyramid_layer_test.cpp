@@ -292,33 +292,24 @@ TEST(PyramidLayer, SizeAndInitCheckOrder) {
     zt::Canvas out(1 << 16, 1, 1 << 16, 0);
     uint8_t* o = out.first();
     const auto nul = zt::nullBreaker;
+    // Parameters: direction, rate, kernel size, channels, data type.
     const std::vector<Breaker> params = {
         {"zero height", 10, [](CallArgs& a) { a.roi.height = 0; }, zepStsBadSize},
-        {"rate 1", 20, [](CallArgs& a) { a.param[0] = 1.0; }, zepStsBadArg},
-        {"kernel 4", 21, [](CallArgs& a) { a.param[1] = 4; }, zepStsBadArg},
-        {"kernel 1", 21, [](CallArgs& a) { a.param[1] = 1; }, zepStsBadArg},
-        {"4 channels", 22, [](CallArgs& a) { a.param[2] = 4; }, zepStsBadChannelCount},
-        {"16s data", 23, [](CallArgs& a) { a.param[3] = zep16s; }, zepStsBadDataType},
-        {"state past 2^31 bytes", 24, [](CallArgs& a) { a.param[1] = (1 << 20) + 1, a.roi.width = 100000; },
+        {"rate 1", 20, [](CallArgs& a) { a.param[1] = 1.0; }, zepStsBadArg},
+        {"kernel 4", 21, [](CallArgs& a) { a.param[2] = 4; }, zepStsBadArg},
+        {"kernel 1", 21, [](CallArgs& a) { a.param[2] = 1; }, zepStsBadArg},
+        {"4 channels", 22, [](CallArgs& a) { a.param[3] = 4; }, zepStsBadChannelCount},
+        {"16s data", 23, [](CallArgs& a) { a.param[4] = zep16s; }, zepStsBadDataType},
+        {"state past 2^31 bytes", 24, [](CallArgs& a) { a.param[2] = (1 << 20) + 1, a.roi.width = 100000; },
          zepStsBadArg}};
     for (Dir d : {Dir::down, Dir::up}) {
-        std::vector<Breaker> sizeBreakers = {nul(0)};
+        std::vector<Breaker> sizeBreakers = {nul(0)}, initBreakers = {nul(0), nul(1), nul(2)};
         sizeBreakers.insert(sizeBreakers.end(), params.begin(), params.end());
-        zt::expectOrder("layer GetSize", {{o}, {}, roi, {2.0, 5, 1, zep8u}},
-                        [d](const CallArgs& a) {
-                            return zep::pyramid::layerGetSize(d, a.roi, float(a.param[0]), int(a.param[1]),
-                                                              int(a.param[2]), int(a.param[3]),
-                                                              static_cast<int*>(a.ptr[0]));
-                        },
-                        sizeBreakers, {&out});
-        std::vector<Breaker> initBreakers = {nul(0), nul(1), nul(2)};
         initBreakers.insert(initBreakers.end(), params.begin(), params.end());
-        zt::expectOrder("layer Init", {{o, (void*)kernel, o + 64}, {}, roi, {2.0, 5, 1, zep8u}},
-                        [d](const CallArgs& a) {
-                            return zep::pyramid::layerInit(d, static_cast<void**>(a.ptr[0]), a.roi, float(a.param[0]),
-                                                           a.ptr[1], int(a.param[1]), int(a.param[2]),
-                                                           int(a.param[3]), static_cast<uint8_t*>(a.ptr[2]));
-                        },
+        const std::vector<double> p = {double(d), 2.0, 5, 1, zep8u};
+        zt::expectOrder("layer GetSize", {{o}, {}, roi, p}, zt::callWith<zep::pyramid::layerGetSize>, sizeBreakers,
+                        {&out});
+        zt::expectOrder("layer Init", {{o, (void*)kernel, o + 64}, {}, roi, p}, zt::callWith<zep::pyramid::layerInit>,
                         initBreakers, {&out});
     }
     // The exports fix channels and data type; their first checks are the same.
