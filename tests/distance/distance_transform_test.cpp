@@ -7,7 +7,6 @@
 
 #include <array>
 #include <cfloat>
-#include <functional>
 #include <opencv2/imgproc.hpp>
 #include <random>
 #include <string>
@@ -19,37 +18,28 @@ namespace {
 using zep::Path;
 using zt::Image;
 
-using Fn = std::function<ZepStatus(const uint8_t*, int, void*, int, ImageSize, const void*)>;
-
+// The calls take the source, the destination and the costs as pointers; the
+// in-place forms read the destination only.
 struct Case {
     std::string name;
     int mask, dstBytes;
     bool inPlace;
-    Fn exported, scalar;
+    zt::Caller exported, scalar;
 };
 
 template <class D, int M, auto F>
 Case make(const char* name) {
     using C = std::conditional_t<std::is_same_v<D, float>, float, int32_t>;
-    return {name,
-            M,
-            sizeof(D),
-            false,
-            [](const uint8_t* s, int ss, void* d, int ds, ImageSize r, const void* m) {
-                return F(s, ss, static_cast<D*>(d), ds, r, static_cast<const C*>(m));
-            },
-            [](const uint8_t* s, int ss, void* d, int ds, ImageSize r, const void* m) {
-                return zep::distance::chamferImage<Path::scalar, D, M>(s, ss, static_cast<D*>(d), ds, r,
-                                                                       static_cast<const C*>(m));
-            }};
+    return Case(name, M, sizeof(D), false, zt::callWith<F>,
+                zt::callWith<zep::distance::chamferImage<Path::scalar, D, M, C>>);
 }
 
 template <int M, auto F>
 Case makeInPlace(const char* name) {
     Case c = make<uint8_t, M, zepiDistanceTransform_3x3_8u_C1R>(name);
     c.inPlace = true;
-    c.exported = [](const uint8_t*, int, void* d, int ds, ImageSize r, const void* m) {
-        return F(static_cast<uint8_t*>(d), ds, r, static_cast<const int32_t*>(m));
+    c.exported = [](const zt::CallArgs& a) {
+        return F(static_cast<uint8_t*>(a.ptr[1]), a.step[1], a.roi, static_cast<const int32_t*>(a.ptr[2]));
     };
     return c;
 }
@@ -90,8 +80,10 @@ std::vector<uint8_t> costs(const Case& c, int pick) {
 cv::Mat run(const Case& c, const cv::Mat& src, std::array<double, 3> k) {
     cv::Mat dst(src.size(), c.dstBytes == 1 ? CV_8U : c.dstBytes == 2 ? CV_16U : CV_32F), out;
     if (c.inPlace) src.copyTo(dst);
-    EXPECT_EQ(c.exported(src.data, int(src.step), dst.data, int(dst.step), {src.cols, src.rows}, pack(c, k).data()),
-              zepStsOk)
+    std::vector<uint8_t> costs = pack(c, k);
+    EXPECT_EQ(
+        c.exported({{src.data, dst.data, costs.data()}, {int(src.step), int(dst.step)}, {src.cols, src.rows}, {}}),
+        zepStsOk)
         << c.name;
     dst.convertTo(out, CV_64F);
     return out;
@@ -115,8 +107,10 @@ TEST(DistanceTransform, VectorPathAgreesWithScalarDefinition) {
                 if (c.inPlace)
                     for (int y = 0; y < h; ++y) std::memcpy(dst.at(y), src.at(y), w);
                 const auto k = costs(c, int(rng() % 3));
-                auto on = [&](const Fn& f) {
-                    return [&](uint8_t* d) { return f(src.data(), src.step(), d, dst.step(), {w, h}, k.data()); };
+                auto on = [&](const zt::Caller& f) {
+                    return [&](uint8_t* d) {
+                        return f({{src.data(), d, (void*)k.data()}, {src.step(), dst.step()}, {w, h}, {}});
+                    };
                 };
                 ASSERT_TRUE(zt::agree(dst, on(c.exported), on(c.scalar)))
                     << c.name << " width " << w << " height " << h;
@@ -130,32 +124,24 @@ TEST(DistanceTransform, CheckOrder) {
     for (const Case& c : cases()) {
         const zt::RoleImages img({{1, 1, 0}, {c.dstBytes, 1, 0}}, roi);
         std::vector<uint8_t> k = costs(c, 0);
-        const int n = c.mask == 3 ? 2 : 3;
         zt::CallArgs valid = img.valid;
         valid.ptr.push_back(k.data());
-        auto call = [&c](const zt::CallArgs& a) {
-            // Costs come from param when a breaker spoiled one.
-            const std::vector<uint8_t> m =
-                a.param.empty() ? costs(c, 0) : pack(c, {a.param[0], a.param[1], a.param[2]});
-            const auto* src = c.inPlace ? nullptr : static_cast<const uint8_t*>(a.ptr[0]);
-            return c.exported(src, a.step[0], a.ptr[1], a.step[1], a.roi, a.ptr[2] ? m.data() : nullptr);
-        };
         std::vector<zt::Breaker> b = zt::standardBreakers({{1, 1, 0}, {c.dstBytes, 1, 0}}, roi);
         if (c.inPlace)  // one image: its pointer and step stand for both
             std::erase_if(b, [](const zt::Breaker& x) { return x.what.back() == '0'; });
         const auto firstSize =
             std::find_if(b.begin(), b.end(), [](const zt::Breaker& x) { return x.what == "zero width"; });
-        b.insert(firstSize, {"null costs", 2, [](zt::CallArgs& a) { a.ptr[2] = nullptr; }, zepStsNullPointer});
+        b.insert(firstSize, zt::nullBreaker(2));
         // A cost below 1 (integers) or not above 0 (floats), in each position.
-        for (int i = 0; i < n; ++i)
-            b.push_back(
-                {"bad cost " + std::to_string(i), 50,
-                 [i, &c](zt::CallArgs& a) {
-                     a.param = c.dstBytes == 4 ? std::vector<double>{1.0, 1.4, 2.2} : std::vector<double>{2, 3, 4};
-                     a.param[size_t(i)] = c.dstBytes == 4 && i == 1 ? NAN : 0.0;
-                 },
-                 zepStsBadMetric});
-        zt::expectOrder(c.name, valid, call, b, {img.canvases[1]});
+        std::vector<std::vector<uint8_t>> bad(c.mask == 3 ? 2 : 3);
+        for (size_t i = 0; i < bad.size(); ++i) {
+            std::array<double, 3> spoilt = c.dstBytes == 4 ? std::array{1.0, 1.4, 2.2} : std::array{2.0, 3.0, 4.0};
+            spoilt[i] = c.dstBytes == 4 && i == 1 ? NAN : 0.0;
+            bad[i] = pack(c, spoilt);
+            b.push_back({"bad cost " + std::to_string(i), 50,
+                         [&bad, i](zt::CallArgs& a) { a.ptr[2] = bad[i].data(); }, zepStsBadMetric});
+        }
+        zt::expectOrder(c.name, valid, c.exported, b, {img.canvases[1]});
     }
 }
 
