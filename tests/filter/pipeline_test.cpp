@@ -324,69 +324,52 @@ TEST(PipelineRules, BufferSizeFormulas) {
 
 // ---- Check orders ----
 
-struct RowArgs {
-    const int16_t* src;
-    int srcStep;
-    int16_t** dst;
-    ImageSize roi;
-    const int16_t* kernel;
-    int k, anchor;
-    uint32_t border;
-    const int16_t* value;
-    int divisor;
-    uint8_t* buffer;
-    int nullRow = -1;  // index of ppDst set to null (-1: none)
-};
-
-// The row pass's breakers in check order; `divisorEarly` places the divisor check.
-std::vector<zt::BreakerOf<RowArgs>> rowBreakers(bool c3, bool divisorEarly, bool positive, bool byteSource) {
-    using B = zt::BreakerOf<RowArgs>;
-    std::vector<B> b = {
-        {"null src", 0, [](RowArgs& a) { a.src = nullptr; }, zepStsNullPointer},
-        {"null ppDst", 1, [](RowArgs& a) { a.dst = nullptr; }, zepStsNullPointer},
-        {"null kernel", 2, [](RowArgs& a) { a.kernel = nullptr; }, zepStsNullPointer},
-        {"null buffer", 3, [](RowArgs& a) { a.buffer = nullptr; }, zepStsNullPointer},
-        {"zero width", 4, [](RowArgs& a) { a.roi.width = 0; }, zepStsBadSize},
-        {"zero height", 5, [](RowArgs& a) { a.roi.height = 0; }, zepStsBadSize},
-        {"null row", 1, [](RowArgs& a) { a.nullRow = 1; }, zepStsNullPointer},
-    };
-    if (c3) b.push_back({"null border value", 6, [](RowArgs& a) { a.value = nullptr; }, zepStsNullPointer});
-    b.push_back({"zero kernel size", 7, [](RowArgs& a) { a.k = 0, a.anchor = 0; }, zepStsBadSize});
-    b.push_back({"anchor = kernel size", 8, [](RowArgs& a) { a.anchor = a.k; }, zepStsBadAnchor});
-    b.push_back({"short step", 9,
-                 [c3, byteSource](RowArgs& a) { a.srcStep = a.roi.width * (c3 ? 3 : 1) * (byteSource ? 1 : 2) - 1; },
+// The row pass's breakers in check order on the call arguments of a row form:
+// pointers source, rows, taps, (border value,) buffer; the source step;
+// parameters kernel size, anchor, border type, (border value,) divisor.
+// `divisorEarly` places the divisor check; `holed` is a row list with a null.
+std::vector<zt::Breaker> rowBreakers(bool c3, bool divisorEarly, bool positive, int elemBytes, void* holed) {
+    using zt::CallArgs;
+    const int div = c3 ? 3 : 4;
+    const auto nul = zt::nullBreaker;
+    std::vector<zt::Breaker> b = {nul(0), nul(1), nul(2), nul(c3 ? 4 : 3)};
+    b.push_back({"zero width", 20, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize});
+    b.push_back({"zero height", 21, [](CallArgs& a) { a.roi.height = 0; }, zepStsBadSize});
+    b.push_back({"null row", 1, [holed](CallArgs& a) { a.ptr[1] = holed; }, zepStsNullPointer});
+    if (c3) b.push_back(nul(3));  // the border value
+    b.push_back({"zero kernel size", 22, [](CallArgs& a) { a.param[0] = a.param[1] = 0; }, zepStsBadSize});
+    b.push_back({"anchor = kernel size", 23, [](CallArgs& a) { a.param[1] = a.param[0]; }, zepStsBadAnchor});
+    b.push_back({"short step", 24, [=](CallArgs& a) { a.step[0] = a.roi.width * (c3 ? 3 : 1) * elemBytes - 1; },
                  zepStsBadStep});
-    if (!byteSource) b.push_back({"odd step", 9, [](RowArgs& a) { a.srcStep += 1; }, zepStsStepNotMultiple});
-    const B divisor{"zero divisor", 10, [](RowArgs& a) { a.divisor = 0; }, zepStsBadArg};
+    if (elemBytes > 1) b.push_back({"odd step", 24, [](CallArgs& a) { a.step[0] += 1; }, zepStsStepNotMultiple});
+    const zt::Breaker divisor{"zero divisor", 25, [div](CallArgs& a) { a.param[div] = 0; }, zepStsBadArg};
     if (divisorEarly) b.push_back(divisor);
-    if (positive) b.push_back({"divisor -1", 10, [](RowArgs& a) { a.divisor = -1; }, zepStsBadArg});
-    b.push_back({"border 256", 11, [](RowArgs& a) { a.border = 256; }, zepStsBadBorder});
-    b.push_back({"border 2", 11, [](RowArgs& a) { a.border = 2; }, zepStsBadBorder});
-    b.push_back({"border 0xF2", 11, [](RowArgs& a) { a.border = 0xF2; }, zepStsBadBorder});
+    if (positive) b.push_back({"divisor -1", 25, [div](CallArgs& a) { a.param[div] = -1; }, zepStsBadArg});
+    b.push_back({"border 256", 26, [](CallArgs& a) { a.param[2] = 256; }, zepStsBadBorder});
+    b.push_back({"border 2", 26, [](CallArgs& a) { a.param[2] = 2; }, zepStsBadBorder});
+    b.push_back({"border 0xF2", 26, [](CallArgs& a) { a.param[2] = 0xF2; }, zepStsBadBorder});
     if (!divisorEarly && !positive) b.push_back(divisor);
     return b;
 }
 
-// The check order of a row form (V: its border value type) through the tests' calling form.
+// The check order of a row form (V: its border value type).
 template <class Src, class Dst, class V, auto F>
 void rowOrder(const char* name, bool early, bool positive) {
     std::mt19937 rng(2);
     constexpr bool c3 = std::is_pointer_v<V>;
     Image<Src> src(rng, 6, 4, c3 ? 3 : 1);
-    Image<int16_t> dst(rng, 6, 4, c3 ? 3 : 1);
-    std::vector<int16_t*> rows = {dst.at(0), dst.at(1), dst.at(2), dst.at(3)};
-    const int16_t taps[3] = {1, 2, 1}, value[3] = {0, 0, 0};
+    Image<Dst> dst(rng, 6, 4, c3 ? 3 : 1);
+    std::vector<Dst*> rows = {dst.at(0), dst.at(1), dst.at(2), dst.at(3)}, holed = rows;
+    holed[1] = nullptr;
+    const int16_t taps[3] = {1, 2, 1};
+    const Src value[3] = {};
     uint8_t buffer[512];
-    const RowArgs valid(reinterpret_cast<const int16_t*>(src.data()), src.step(), rows.data(), {6, 4}, taps, 3, 1, 1,
-                        value, 4, buffer);
-    auto call = [](const RowArgs& a) {
-        std::vector<Dst*> r;
-        for (int y = 0; a.dst && y < 4; ++y) r.push_back(y == a.nullRow ? nullptr : reinterpret_cast<Dst*>(a.dst[y]));
-        return rowCall<Src, Dst, int16_t, V, F>(reinterpret_cast<const Src*>(a.src), a.srcStep,
-                                                a.dst ? r.data() : nullptr, a.roi, a.kernel, a.k, a.anchor, a.border,
-                                                reinterpret_cast<const Src*>(a.value), a.divisor, a.buffer);
-    };
-    zt::expectOrder(name, valid, call, rowBreakers(c3, early, positive, sizeof(Src) == 1), {&dst.canvas});
+    zt::CallArgs valid({src.data(), rows.data(), (void*)taps}, {src.step()}, {6, 4}, {3, 1, 1});
+    if (c3) valid.ptr.push_back((void*)value);
+    if (!c3) valid.param.push_back(0);
+    valid.ptr.push_back(buffer), valid.param.push_back(4);
+    zt::expectOrder(name, valid, zt::callWith<F>, rowBreakers(c3, early, positive, sizeof(Src), holed.data()),
+                    {&dst.canvas});
 }
 
 #define ZT_ROW_ORDER(S, D, V, F, early, positive) \
@@ -417,47 +400,29 @@ TEST(PipelineChecks, DeliberateDifferencesBetweenSiblings) {
     EXPECT_EQ(zepiFilterColumnPipeline_Low_16s_C3R(rows, dst.data(), 3, {2, 1}, taps, 3, 1, buf), zepStsBadStep);
 }
 
-struct ColumnArgs {
-    const int16_t* const* rows;
-    int16_t* dst;
-    int dstStep;
-    ImageSize roi;
-    const int16_t* kernel;
-    int k, divisor;
-    uint8_t* buffer;
-    int nullRow = -1;
-};
-
 TEST(PipelineChecks, ColumnPassOrder) {
+    using zt::CallArgs;
     std::mt19937 rng(6);
     Image<int16_t> src(rng, 6, 8), dst(rng, 6, 4);
     const int16_t taps[3] = {1, 2, 1};
     uint8_t buffer[512];
-    std::vector<const int16_t*> rows;
-    for (int i = 0; i < 8; ++i) rows.push_back(src.at(i));
-    const ColumnArgs valid{rows.data(), dst.data(), dst.step(), {6, 4}, taps, 3, 4, buffer};
-    const std::vector<zt::BreakerOf<ColumnArgs>> b = {
-        {"null ppSrc", 0, [](ColumnArgs& a) { a.rows = nullptr; }, zepStsNullPointer},
-        {"null dst", 1, [](ColumnArgs& a) { a.dst = nullptr; }, zepStsNullPointer},
-        {"null kernel", 2, [](ColumnArgs& a) { a.kernel = nullptr; }, zepStsNullPointer},
-        {"zero width", 3, [](ColumnArgs& a) { a.roi.width = 0; }, zepStsBadSize},
-        {"zero height", 4, [](ColumnArgs& a) { a.roi.height = 0; }, zepStsBadSize},
-        // The scan covers height + k - 1 rows, so it is not combined with a broken kernel size.
-        {"last row null", 5, [](ColumnArgs& a) { a.nullRow = 5; }, zepStsNullPointer},
-        {"zero kernel size", 5, [](ColumnArgs& a) { a.k = 0; }, zepStsBadSize},
-        {"short step", 6, [](ColumnArgs& a) { a.dstStep = 11; }, zepStsBadStep},
-        {"odd step", 6, [](ColumnArgs& a) { a.dstStep = 13; }, zepStsStepNotMultiple},
-        {"null buffer", 7, [](ColumnArgs& a) { a.buffer = nullptr; }, zepStsNullPointer},
-        {"zero divisor", 8, [](ColumnArgs& a) { a.divisor = 0; }, zepStsBadArg},
-    };
-    auto call = [](const ColumnArgs& a) {
-        std::vector<const int16_t*> r;
-        for (int i = 0; a.rows && i < 8; ++i)
-            r.push_back(i == a.nullRow || i >= 6 ? nullptr : a.rows[i]);  // 6, 7: never read
-        return zepiFilterColumnPipeline_16s_C1R(a.rows ? r.data() : nullptr, a.dst, a.dstStep, a.roi, a.kernel, a.k,
-                                                a.divisor, a.buffer);
-    };
-    zt::expectOrder("Column_16s_C1R", valid, call, b, {&dst.canvas});
+    std::vector<const int16_t*> rows(8), holed;  // rows 6 and 7 are never read
+    for (int i = 0; i < 6; ++i) rows[i] = src.at(i);
+    holed = rows, holed[5] = nullptr;
+    const auto nul = zt::nullBreaker;
+    std::vector<zt::Breaker> b = {nul(0), nul(1), nul(2)};
+    b.insert(b.end(), {{"zero width", 10, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize},
+                       {"zero height", 11, [](CallArgs& a) { a.roi.height = 0; }, zepStsBadSize},
+                       // The scan covers height + k - 1 rows, so it is not combined with a broken kernel size.
+                       {"last row null", 12, [&](CallArgs& a) { a.ptr[0] = holed.data(); }, zepStsNullPointer},
+                       {"zero kernel size", 12, [](CallArgs& a) { a.param[0] = 0; }, zepStsBadSize},
+                       {"short step", 13, [](CallArgs& a) { a.step[0] = 11; }, zepStsBadStep},
+                       {"odd step", 13, [](CallArgs& a) { a.step[0] = 13; }, zepStsStepNotMultiple},
+                       nul(3),
+                       {"zero divisor", 14, [](CallArgs& a) { a.param[1] = 0; }, zepStsBadArg}});
+    zt::expectOrder("Column_16s_C1R",
+                    CallArgs({rows.data(), dst.data(), (void*)taps, buffer}, {dst.step()}, {6, 4}, {3, 4}),
+                    zt::callWith<zepiFilterColumnPipeline_16s_C1R>, b, {&dst.canvas});
 }
 
 // ---- Peers ----
