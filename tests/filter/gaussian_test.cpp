@@ -171,49 +171,35 @@ TEST(Gaussian, UninitialisedSpecIsANoOp) {
     EXPECT_EQ(dst.canvas.bytes(), before);
 }
 
-struct InitArgs {
-    ImageSize roi;
-    uint32_t k;
-    float sigma;
-    uint32_t border;
-    int type, channels;
-    FilterGaussianSpec* spec;
-    uint8_t* buffer;
-};
-
 TEST(Gaussian, CheckOrders) {
+    using zt::CallArgs;
     std::vector<uint8_t> bufMem(64);
     zt::Canvas specCanvas(400, 1, 400, 0);
-    const InitArgs valid{
-        {16, 8}, 5, 1.2f, 1, zep8u, 1, reinterpret_cast<FilterGaussianSpec*>(specCanvas.first()), bufMem.data()};
-    using B = zt::BreakerOf<InitArgs>;
-    const std::vector<B> initBreakers = {
-        {"null spec", 0, [](InitArgs& a) { a.spec = nullptr; }, zepStsNullPointer},
-        {"null buffer", 1, [](InitArgs& a) { a.buffer = nullptr; }, zepStsNullPointer},
-        {"zero height", 2, [](InitArgs& a) { a.roi.height = 0; }, zepStsBadSize},
-        {"zero width", 3, [](InitArgs& a) { a.roi.width = 0; }, zepStsBadSize},
-        {"kernel 4", 4, [](InitArgs& a) { a.k = 4; }, zepStsBadArg},
-        {"kernel 1", 4, [](InitArgs& a) { a.k = 1; }, zepStsBadArg},
-        {"data type 2", 5, [](InitArgs& a) { a.type = 2; }, zepStsBadDataType},
-        {"channels 4", 6, [](InitArgs& a) { a.channels = 4; }, zepStsBadChannel},
-        {"sigma 0", 7, [](InitArgs& a) { a.sigma = 0.0f; }, zepStsBadArg},
-        {"sigma NaN", 7, [](InitArgs& a) { a.sigma = NAN; }, zepStsBadArg},
-        {"border 256", 8, [](InitArgs& a) { a.border = 256; }, zepStsBadBorder},
-        {"border 0xF2", 8, [](InitArgs& a) { a.border = 0xF2; }, zepStsBadBorder},
+    auto* spec = reinterpret_cast<FilterGaussianSpec*>(specCanvas.first());
+    // Init: spec and buffer; kernel size, sigma, border, data type, channels.
+    const CallArgs valid({spec, bufMem.data()}, {}, {16, 8}, {5, 1.2, 1, zep8u, 1});
+    const std::vector<zt::Breaker> initBreakers = {
+        zt::nullBreaker(0),
+        zt::nullBreaker(1),
+        {"zero height", 2, [](CallArgs& a) { a.roi.height = 0; }, zepStsBadSize},
+        {"zero width", 3, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize},
+        {"kernel 4", 4, [](CallArgs& a) { a.param[0] = 4; }, zepStsBadArg},
+        {"kernel 1", 4, [](CallArgs& a) { a.param[0] = 1; }, zepStsBadArg},
+        {"data type 2", 5, [](CallArgs& a) { a.param[3] = 2; }, zepStsBadDataType},
+        {"channels 4", 6, [](CallArgs& a) { a.param[4] = 4; }, zepStsBadChannel},
+        {"sigma 0", 7, [](CallArgs& a) { a.param[1] = 0.0; }, zepStsBadArg},
+        {"sigma NaN", 7, [](CallArgs& a) { a.param[1] = NAN; }, zepStsBadArg},
+        {"border 256", 8, [](CallArgs& a) { a.param[2] = 256; }, zepStsBadBorder},
+        {"border 0xF2", 8, [](CallArgs& a) { a.param[2] = 0xF2; }, zepStsBadBorder},
     };
-    // The spec is Init's output: a failing Init must leave it as it was.
-    auto init = [](const InitArgs& a) {
-        return zepiFilterGaussianInit(a.roi, a.k, a.sigma, a.border, a.type, a.channels, a.spec, a.buffer);
-    };
-    zt::expectOrder("Init", valid, init, initBreakers, {&specCanvas});
-    auto initL = [](const InitArgs& a) {
-        return a.buffer ? zepiFilterGaussianInit_L({a.roi.width, a.roi.height}, a.k, a.sigma, a.border, a.type,
-                                                   a.channels, a.spec)
-                        : zepStsNullPointer;
+    // The spec is Init's output: a failing Init must leave it as it was. Init_L has no buffer.
+    zt::expectOrder("Init", valid, zt::callWith<zepiFilterGaussianInit>, initBreakers, {&specCanvas});
+    auto initL = [](const CallArgs& a) {
+        return a.ptr[1] ? zt::callWith<zepiFilterGaussianInit_L>(a) : zepStsNullPointer;
     };
     zt::expectOrder("Init_L", valid, initL, initBreakers, {&specCanvas});
-    EXPECT_EQ(zepiFilterGaussianInit_L({0x7fffffff, 2}, 3, 1.0f, 1, zep8u, 1, valid.spec), zepStsSizeOverflow);
-    EXPECT_EQ(zepiFilterGaussianInit_L({0x7fffffff, 2}, 3, 1.0f, 2, zep8u, 1, valid.spec), zepStsBadBorder);
+    EXPECT_EQ(zepiFilterGaussianInit_L({0x7fffffff, 2}, 3, 1.0f, 1, zep8u, 1, spec), zepStsSizeOverflow);
+    EXPECT_EQ(zepiFilterGaussianInit_L({0x7fffffff, 2}, 3, 1.0f, 2, zep8u, 1, spec), zepStsBadBorder);
 
     int s = 0, b = 0;
     EXPECT_EQ(zepiFilterGaussianGetBufferSize({0, 1}, 3, 99, 9, nullptr, &b), zepStsNullPointer);
@@ -230,7 +216,7 @@ TEST(Gaussian, CheckOrders) {
     Image<uint8_t> src(rng, 16, 8), dst(rng, 16, 8);
     ASSERT_EQ(zepiFilterGaussianGetBufferSize({16, 8}, 5, zep8u, 1, &s, &b), zepStsOk);
     std::vector<uint8_t> buffer(b);
-    ASSERT_EQ(init(valid), zepStsOk);
+    ASSERT_EQ(zt::callWith<zepiFilterGaussianInit>(valid), zepStsOk);
     std::vector<uint8_t> badSpec(specCanvas.first(), specCanvas.first() + 400);
     badSpec[12] = 2;  // border type 2
     const auto nul = zt::nullBreaker;
@@ -240,14 +226,13 @@ TEST(Gaussian, CheckOrders) {
                {"short dst step", 5, [](zt::CallArgs& a) { a.step[1] = 15; }, zepStsBadStep},
                {"zero height", 6, [](zt::CallArgs& a) { a.roi.height = 0; }, zepStsBadSize},
                {"bad spec border", 2, [&](zt::CallArgs& a) { a.ptr[2] = badSpec.data(); }, zepStsBadBorder}});
-    const zt::CallArgs fv({src.data(), dst.data(), valid.spec, buffer.data()}, {src.step(), dst.step()}, {16, 8},
-                          {0});
+    const zt::CallArgs fv({src.data(), dst.data(), spec, buffer.data()}, {src.step(), dst.step()}, {16, 8}, {0});
     zt::expectOrder("GaussianBorder_8u_C1R", fv, zt::callWith<zepiFilterGaussianBorder_8u_C1R>, fb, {&dst.canvas});
     // A spec of another type is not this filter's.
-    EXPECT_EQ(zepiFilterGaussianBorder_16s_C1R(reinterpret_cast<const int16_t*>(src.data()), 16,
-                                               reinterpret_cast<int16_t*>(dst.data()), 16, {8, 8}, 0, valid.spec,
-                                               buffer.data()),
-              zepStsBadContext);
+    EXPECT_EQ(
+        zepiFilterGaussianBorder_16s_C1R(reinterpret_cast<const int16_t*>(src.data()), 16,
+                                         reinterpret_cast<int16_t*>(dst.data()), 16, {8, 8}, 0, spec, buffer.data()),
+        zepStsBadContext);
 }
 
 // OpenCV's sepFilter2D with the spec's own 32f taps and a replicated border

@@ -34,8 +34,8 @@ using Caller = std::function<ZepStatus(const CallArgs&)>;
 
 // Calls F with its arguments taken in order from `a`: a pointer parameter the
 // next pointer, an int right after a pointer the next step while steps are
-// left, ImageSize the ROI, ImagePoint the next two parameters, any other the
-// next parameter.
+// left, ImageSize (or ImageSizeL) the ROI, ImagePoint the next two
+// parameters, any other the next parameter.
 template <auto F>
 ZepStatus callWith(const CallArgs& a) {
     size_t p = 0, s = 0, q = 0;
@@ -45,8 +45,8 @@ ZepStatus callWith(const CallArgs& a) {
             std::exchange(afterPointer, std::is_pointer_v<T>) && std::is_same_v<T, int> && s < a.step.size();
         if constexpr (std::is_pointer_v<T>)
             return static_cast<T>(a.ptr[p++]);
-        else if constexpr (std::is_same_v<T, ImageSize>)
-            return a.roi;
+        else if constexpr (std::is_same_v<T, ImageSize> || std::is_same_v<T, ImageSizeL>)
+            return {a.roi.width, a.roi.height};
         else if constexpr (std::is_same_v<T, ImagePoint>)
             return {int(a.param[q++]), int(a.param[q++])};
         else
