@@ -324,9 +324,7 @@ template <class T, int Ch>
 void layerCheckOrder(Dir d) {
     std::mt19937 rng(3);
     const ImageSize src{12, 9};
-    ImageSize dst{}, lo{}, hi{};
-    zepiGetPyramidDownROI(src, &dst, 2.0f);
-    if (d == Dir::up) zepiGetPyramidUpROI(src, &lo, &hi, 2.0f), dst = hi;
+    const ImageSize dst = destinationsOf(d, src, 2.0f).back();
     const int e = sizeof(T);
     // Spare bytes per row so that a size breaker alone does not trip the step checks.
     zt::Canvas in(int64_t{src.width} * Ch * e, src.height + 1, int64_t{src.width + 4} * Ch * e, 0);
@@ -350,13 +348,8 @@ void layerCheckOrder(Dir d) {
     b.push_back({"foreign state", 2, [&](CallArgs& a) { a.ptr[2] = foreign.data(); }, zepStsBadContext});
     b.push_back({"source taller than the state's", 12, [](CallArgs& a) { a.roi.height += 1; }, zepStsBadSize});
     b.push_back({"destination too tall", 13, [](CallArgs& a) { a.param[1] += 1; }, zepStsBadSize});
-    zt::expectOrder(d == Dir::down ? "LayerDown" : "LayerUp", valid,
-                    [d](const CallArgs& a) {
-                        return resample<T, Ch>(d, static_cast<const T*>(a.ptr[0]), a.step[0], a.roi,
-                                               static_cast<T*>(a.ptr[1]), a.step[1],
-                                               {int(a.param[0]), int(a.param[1])}, a.ptr[2]);
-                    },
-                    b, {&in, &out});
+    const zt::Caller down = zt::callWith<Api<T, Ch>::down>, up = zt::callWith<Api<T, Ch>::up>;
+    zt::expectOrder(d == Dir::down ? "LayerDown" : "LayerUp", valid, d == Dir::down ? down : up, b, {&in, &out});
 }
 
 TEST(PyramidLayer, OperationCheckOrder) {

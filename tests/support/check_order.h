@@ -34,21 +34,22 @@ using Caller = std::function<ZepStatus(const CallArgs&)>;
 
 // Calls F with its arguments taken in order from `a`: a pointer parameter the
 // next pointer, an int right after a pointer the next step while steps are
-// left, ImageSize (or ImageSizeL) the ROI, ImagePoint the next two
-// parameters, any other the next parameter.
+// left, the first ImageSize (or ImageSizeL) the ROI, a later ImageSize or an
+// ImagePoint the next two parameters, any other the next parameter.
 template <auto F>
 ZepStatus callWith(const CallArgs& a) {
     size_t p = 0, s = 0, q = 0;
-    bool afterPointer = false;
+    bool afterPointer = false, roiTaken = false;
     auto next = [&]<class T>(std::type_identity<T>) -> T {
         const bool step =
             std::exchange(afterPointer, std::is_pointer_v<T>) && std::is_same_v<T, int> && s < a.step.size();
         if constexpr (std::is_pointer_v<T>)
             return static_cast<T>(a.ptr[p++]);
-        else if constexpr (std::is_same_v<T, ImageSize> || std::is_same_v<T, ImageSizeL>)
-            return {a.roi.width, a.roi.height};
-        else if constexpr (std::is_same_v<T, ImagePoint>)
-            return {int(a.param[q++]), int(a.param[q++])};
+        else if constexpr (std::is_same_v<T, ImageSize> || std::is_same_v<T, ImageSizeL> ||
+                           std::is_same_v<T, ImagePoint>)
+            return !std::is_same_v<T, ImagePoint> && !std::exchange(roiTaken, true)
+                       ? T{a.roi.width, a.roi.height}
+                       : T{int(a.param[q++]), int(a.param[q++])};
         else
             return step ? T(a.step[s++]) : T(a.param[q++]);
     };
