@@ -120,11 +120,8 @@ TEST(Accumulate, AddWeightedNotInPlaceAgreesAndChecksItsThreeStepsTogether) {
         ASSERT_TRUE(zt::agree(dst, on(zepiAddWeighted_32f_C1R), on(zep::arith::addWeightedImage<Path::scalar>)))
             << r.width;
     }
-    zt::expectRoleOrder("AddWeighted_32f_C1R", {{4, 1, 0}, {4, 1, 0}, {4, 1, 0}}, {4, 2}, [](const CallArgs& v) {
-        return zepiAddWeighted_32f_C1R(static_cast<const float*>(v.ptr[0]), v.step[0],
-                                       static_cast<const float*>(v.ptr[1]), v.step[1], static_cast<float*>(v.ptr[2]),
-                                       v.step[2], v.roi, 0.5f);
-    });
+    zt::expectRoleOrder("AddWeighted_32f_C1R", {{4, 1, 0}, {4, 1, 0}, {4, 1, 0}}, {4, 2},
+                        zt::callWith<zepiAddWeighted_32f_C1R>, {}, {0.5});
 }
 
 // Worked examples of the arithmetic.

@@ -51,16 +51,9 @@ struct State {
     State(Dir d, ImageSize src, float rate, const std::vector<T>& kernel) {
         using A = Api<T, Ch>;
         const int n = int(kernel.size());
-        int size = 0;
-        EXPECT_EQ(d == Dir::down ? A::downSize(src, rate, n, &size) : A::upSize(src, rate, n, &size), zepStsOk);
-        memory.assign(size_t(size) + 1, 0);
-        uint8_t* at = memory.data() + 1;
-        if (d == Dir::down)
-            EXPECT_EQ(A::downInit(reinterpret_cast<PyramidDownState**>(&state), src, rate, kernel.data(), n, 0, at),
-                      zepStsOk);
-        else
-            EXPECT_EQ(A::upInit(reinterpret_cast<PyramidUpState**>(&state), src, rate, kernel.data(), n, 0, at),
-                      zepStsOk);
+        memory.assign(size_t(zt::queried(d == Dir::down ? A::downSize : A::upSize, src, rate, n)) + 1, 0);
+        const CallArgs init({&state, (void*)kernel.data(), memory.data() + 1}, {}, src, {rate, double(n), 0});
+        EXPECT_EQ(d == Dir::down ? zt::callWith<A::downInit>(init) : zt::callWith<A::upInit>(init), zepStsOk);
     }
     template <class S>
     S* as() const {
@@ -78,14 +71,10 @@ ZepStatus resample(Dir d, const T* src, int srcStep, ImageSize srcRoi, T* dst, i
 
 // The destination sizes a source may take: its down size, or both ends of its up range.
 std::vector<ImageSize> destinationsOf(Dir d, ImageSize src, float rate) {
-    std::vector<ImageSize> dsts(1);
-    if (d == Dir::down) {
-        zepiGetPyramidDownROI(src, &dsts[0], rate);
-    } else {
-        dsts.resize(2);
-        zepiGetPyramidUpROI(src, &dsts[0], &dsts[1], rate);
-    }
-    return dsts;
+    ImageSize a{}, b{};
+    if (d == Dir::down) return zepiGetPyramidDownROI(src, &a, rate), std::vector{a};
+    zepiGetPyramidUpROI(src, &a, &b, rate);
+    return {a, b};
 }
 
 // Layer calls through the export against the scalar definition on random
