@@ -13,7 +13,6 @@
 namespace {
 
 using zep::Path;
-using zt::CallArgs;
 using zt::Image;
 
 template <class T>
