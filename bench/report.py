@@ -2,7 +2,10 @@
 """Runs the benchmark program and writes docs/performance.md.
 
 Each export is timed three ways at each size: zepCV, OpenCV doing the same job,
-and memcpy of the same bytes. The table gives the median times, zepCV's time as
+and memcpy of the same bytes, three times each, with the runs of all benchmarks
+interleaved in random order. The table gives the fastest run of each (noise on a
+shared machine only ever adds time, and interleaving keeps a slow spell from
+falling on all the runs of one benchmark), zepCV's time as
 a fraction of OpenCV's (below 1 is faster), and the share of memcpy bandwidth
 that zepCV reaches (memcpy time / zepCV time for the same bytes moved).
 
@@ -36,16 +39,17 @@ def machine():
 
 def run(bench, flt):
     cmd = [bench, f"--benchmark_filter={flt}", "--benchmark_format=json",
-           "--benchmark_repetitions=3", "--benchmark_report_aggregates_only=true",
+           "--benchmark_repetitions=3", "--benchmark_enable_random_interleaving=true",
            "--benchmark_min_time=0.1"]
     out = subprocess.run(cmd, capture_output=True, text=True, check=True).stdout
     results = {}
     for b in json.loads(out)["benchmarks"]:
-        if b.get("aggregate_name") != "median" or b.get("error_occurred"):
+        if b.get("run_type") != "iteration" or b.get("error_occurred"):
             continue
         name = b["run_name"]
         scale = {"ns": 1e-6, "us": 1e-3, "ms": 1.0, "s": 1e3}[b["time_unit"]]
-        results[name] = b["real_time"] * scale  # milliseconds
+        ms = b["real_time"] * scale
+        results[name] = min(ms, results.get(name, ms))
     return results
 
 
@@ -91,7 +95,8 @@ def main():
         "",
         f"Machine: {model}; {', '.join(caches)}. Single-threaded (OpenCV with setNumThreads(0)).",
         "",
-        "Median of three runs. *zepCV / OpenCV* below 1 means zepCV is faster. *Share of memcpy bandwidth* is",
+        "Fastest of three runs, the runs of all rows interleaved in random order. *zepCV / OpenCV* below 1",
+        "means zepCV is faster. *Share of memcpy bandwidth* is",
         "the time memcpy takes to read and write as many bytes as the export reads and writes, divided by the",
         "export's time: 100% means the export moves its bytes as fast as memcpy.",
         "Rows named Floor_* time the least work that moves an export family's bytes (a read loop, or",
