@@ -782,21 +782,32 @@ void columnPassSingle(const ColumnPass<int16_t, int16_t>& p, Dst* dst) {
         if (pairs.ok) return columnPassPairs<K>(p, dst, pairs);
     }
     const float reciprocal = 1.0f / float(p.divisor);
+    // The vector lanes take each value as it is and the tap times 65536: the
+    // tap is a normal float (|tap| / 2^16 / |divisor| >= 2^-47) or zero, so
+    // scaling it by 2^16 is exact, the exact products tap * 2^16 * v and
+    // tap * (v * 2^16) are the same number, and they round alike.
+    auto scaledTap = [&](int j) { return _mm512_set1_ps(columnTap(p.taps[j], reciprocal) * 65536.0f); };
     __m512 tv[K > 0 ? K : 1] = {};
     if constexpr (K > 0)
-        for (int j = 0; j < K; ++j) tv[j] = _mm512_set1_ps(columnTap(p.taps[j], reciprocal));
-    auto tap = [&](int j) { return K > 0 ? tv[j] : _mm512_set1_ps(columnTap(p.taps[j], reciprocal)); };
+        for (int j = 0; j < K; ++j) tv[j] = scaledTap(j);
     const int count = K > 0 ? K : p.k;
     const __m512 lo = _mm512_set1_ps(float(lowest<Dst>())), hi = _mm512_set1_ps(float(highest<Dst>()));
     for (int64_t y = 0; y < p.height; ++y) {
-        const int16_t* const* rows = p.rows + y;
+        // (Locals, so that the row pointers and taps stay in registers across the stores.)
+        const int16_t* rows[K > 0 ? K : kMaxPairTaps];
+        const int16_t* const* const all = p.rows + y;
+        __m512 tl[K > 0 ? K : 1];
+        if constexpr (K > 0)
+            for (int j = 0; j < K; ++j) rows[j] = all[j], tl[j] = tv[j];
+        auto tap = [&](int j) { return K > 0 ? tl[j] : scaledTap(j); };
+        auto row = [&](int j) { return K > 0 ? rows[j] : all[j]; };
         Dst* out = reinterpret_cast<Dst*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
         int64_t e = 0;
         if constexpr (P == Path::vector) {
             for (; e < p.elements; e += 16) {
                 const int n = p.elements - e < 16 ? int(p.elements - e) : 16;
                 const __mmask16 m = simd::firstLanes16(n);
-                auto value = [&](int j) { return _mm512_cvtepi32_ps(_mm512_slli_epi32(load16(rows[j] + e, m), 16)); };
+                auto value = [&](int j) { return _mm512_cvtepi32_ps(load16(row(j) + e, m)); };
                 __m512 acc = _mm512_mul_ps(tap(0), value(0));
 #pragma GCC unroll 16
                 for (int j = 1; j < count; ++j) acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), value(j)));
@@ -804,7 +815,7 @@ void columnPassSingle(const ColumnPass<int16_t, int16_t>& p, Dst* dst) {
                 store16(out + e, m, _mm512_cvt_roundps_epi32(acc, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
             }
         }
-        for (; e < p.elements; ++e) out[e] = columnElementFloat<Dst>(rows, e, p.taps, p.k, reciprocal);
+        for (; e < p.elements; ++e) out[e] = columnElementFloat<Dst>(all, e, p.taps, p.k, reciprocal);
     }
 }
 
