@@ -81,6 +81,18 @@ int64_t gaussianLayout(uint8_t* buffer, int64_t W, int64_t k, int64_t n, int64_t
     return p - buffer;
 }
 
+void widenRowInPlace(void* row, int64_t n) {
+    const auto* in = static_cast<const int16_t*>(row);
+    auto* out = static_cast<float*>(row);
+    auto widen = [&](int64_t i, __mmask16 m) {
+        const __m512 v = _mm512_cvtepi32_ps(_mm512_cvtepi16_epi32(_mm256_maskz_loadu_epi16(m, in + i)));
+        _mm512_mask_storeu_ps(out + i, m, v);
+    };
+    int64_t i = n - n % 16;
+    if (i < n) widen(i, simd::firstLanes16(int(n - i)));
+    while (i > 0) widen(i -= 16, 0xFFFF);
+}
+
 void streamRow(uint8_t* dst, const uint8_t* src, int64_t bytes) {
     int64_t i = 0;
     const int64_t head = static_cast<int64_t>((64 - (reinterpret_cast<uintptr_t>(dst) & 63)) & 63);
@@ -114,13 +126,28 @@ ZepStatus specChecks(const void* pSpec, GaussianHeader& h, Border& border, bool&
     return zepStsOk;
 }
 
+// Whether the ring may hold the rows as floats: 16s rows, which the
+// single-precision column pass reads (its taps' magnitudes sum below 65535).
+template <class T>
+bool floatRing(const void* pSpec, int k) {
+    if constexpr (std::is_same_v<T, int16_t>)
+        return singlePrecisionColumn(reinterpret_cast<const int16_t*>(specTaps(pSpec)), k);
+    else
+        return false;
+}
+
 template <class T, int Ch>
 void runFilter(const T* src, int64_t srcStep, T* dst, int64_t dstStep, int64_t W, int64_t H, const T* value,
-               const GaussianHeader& h, const Border& border, const void* pSpec, const GaussianLayout& lay) {
+               const GaussianHeader& h, const Border& border, const void* pSpec, const GaussianLayout& lay,
+               bool ringOfFloats) {
     const auto* taps = reinterpret_cast<const TapOf<T>*>(specTaps(pSpec));
     const int divisor = 1 << h.shift;
-    gaussianRun<Path::vector, T, InterOf<T>, TapOf<T>, Ch>(src, srcStep, dst, dstStep, W, H, value, border, taps,
-                                                           h.kernelSize, divisor, lay);
+    if constexpr (std::is_same_v<T, int16_t>)
+        if (ringOfFloats)
+            return gaussianRun<Path::vector, T, int16_t, float, int16_t, Ch>(src, srcStep, dst, dstStep, W, H, value,
+                                                                             border, taps, h.kernelSize, divisor, lay);
+    gaussianRun<Path::vector, T, InterOf<T>, InterOf<T>, TapOf<T>, Ch>(src, srcStep, dst, dstStep, W, H, value, border,
+                                                                       taps, h.kernelSize, divisor, lay);
 }
 
 // The 32-bit filters: pointers, spec, (C3) border value, steps (too small,
@@ -141,16 +168,25 @@ ZepStatus gaussianBorder32(const T* pSrc, int srcStep, T* pDst, int dstStep, Ima
     if (const ZepStatus s = specChecks<T, Ch>(pSpec, h, border, run); s != zepStsOk || !run) return s;
     const int64_t k = h.kernelSize;
     // Ring rows start on cache lines when a buffer of the size the query reports
-    // has room for the padding (it has, but for the narrowest images).
-    const int64_t strip = roi.height < k ? roi.height : k;
+    // has room for the padding (it has, but for the narrowest images). A ring
+    // of floats takes bands as tall as that buffer allows, down to one row.
+    int64_t strip = roi.height < k ? roi.height : k;
     const int64_t size =
         gaussianBufferSize(uint32_t(roi.width), uint32_t(roi.height), uint32_t(k), typeCode<T>(), Ch);
     GaussianLayout lay{};
-    const bool align = gaussianLayout(pBuffer, roi.width, k, Ch, strip, sizeof(InterOf<T>), sizeof(T), sizeof(T),
-                                      false, true, lay) <= size;
-    if (!align)
-        gaussianLayout(pBuffer, roi.width, k, Ch, strip, sizeof(InterOf<T>), sizeof(T), sizeof(T), false, false, lay);
-    runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, h, border, pSpec, lay);
+    auto fits = [&](int64_t rows, int64_t ringBytes, bool align) {
+        return gaussianLayout(pBuffer, roi.width, k, Ch, rows, ringBytes, sizeof(T), sizeof(T), false, align, lay) <=
+               size;
+    };
+    bool ringOfFloats = floatRing<T>(pSpec, int(k));
+    if (ringOfFloats) {
+        int64_t rows = strip;
+        while (rows > 0 && !fits(rows, 4, true)) --rows;
+        ringOfFloats = rows > 0;
+    }
+    if (!ringOfFloats && !fits(strip, sizeof(InterOf<T>), true)) fits(strip, sizeof(InterOf<T>), false);
+    runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, h, border, pSpec, lay,
+                     ringOfFloats);
     return zepStsOk;
 }
 
@@ -159,12 +195,13 @@ constexpr int64_t kOverflow = 0x7fffffff;
 // The 64-bit-size family's band height: up to 64 rows (at least k).
 inline int64_t stripOfL(int64_t H, int64_t k) { return H < (k > 64 ? k : 64) ? H : (k > 64 ? k : 64); }
 
-int64_t interBytesOf(int dataType) { return dataType == zep32f ? 4 : 2; }
+// The ring's element size: 16s rows are held as floats when the taps allow.
+int64_t ringBytesOf(int dataType) { return dataType == zep32f || dataType == zep16s ? 4 : 2; }
 int64_t elemBytesOf(int dataType) { return dataType == zep8u ? 1 : dataType == zep32f ? 4 : 2; }
 
 int64_t bufferSizeL(int64_t W, int64_t H, int64_t k, int dataType, int n) {
     GaussianLayout lay{};
-    return gaussianLayout(nullptr, W, k, n, stripOfL(H, k), interBytesOf(dataType), elemBytesOf(dataType),
+    return gaussianLayout(nullptr, W, k, n, stripOfL(H, k), ringBytesOf(dataType), elemBytesOf(dataType),
                           elemBytesOf(dataType), true, true, lay) +
            64;
 }
@@ -191,6 +228,8 @@ ZepStatus gaussianL(const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, Im
         return zepStsSizeOverflow;
     if (!run) return zepStsOk;
     const int64_t k = h.kernelSize;
+    const bool ringOfFloats = floatRing<T>(pSpec, int(k));
+    const int64_t ringBytes = ringOfFloats ? 4 : int64_t(sizeof(InterOf<T>));
     int64_t strip = stripOfL(roi.height, k);
     bool stream = false;
     const int64_t dstData = rowBytes * roi.height;
@@ -199,12 +238,13 @@ ZepStatus gaussianL(const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, Im
         zepGetMaxCacheSizeB(&cache);
         stream = cache > 0 && dstData >= cache;
         const int64_t L = ((roi.width + k) * Ch + 7) & ~int64_t{7};
-        const int64_t fit = cache / 2 / (L * int64_t(sizeof(InterOf<T>))) - (k - 1);
+        const int64_t fit = cache / 2 / (L * ringBytes) - (k - 1);
         if (cache > 0 && fit < strip) strip = fit < 1 ? 1 : fit;
     }
     GaussianLayout lay{};
-    gaussianLayout(pBuffer, roi.width, k, Ch, strip, sizeof(InterOf<T>), sizeof(T), sizeof(T), stream, true, lay);
-    runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, h, border, pSpec, lay);
+    gaussianLayout(pBuffer, roi.width, k, Ch, strip, ringBytes, sizeof(T), sizeof(T), stream, true, lay);
+    runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, h, border, pSpec, lay,
+                     ringOfFloats);
     return zepStsOk;
 }
 

@@ -81,9 +81,17 @@ int64_t gaussianLayout(uint8_t* buffer, int64_t W, int64_t k, int64_t n, int64_t
 // Copies one row to memory with streaming stores for its 64-byte-aligned middle.
 void streamRow(uint8_t* dst, const uint8_t* src, int64_t bytes);
 
+// Rewrites the n 16-bit integers at the start of a row as the equal floats, in
+// place: from the end backwards, each block of floats lands at or beyond the
+// integers it came from, and no integer below it has been overwritten.
+void widenRowInPlace(void* row, int64_t n);
+
 // The filter over the whole image. Src and Dst share the element type; Inter
-// is the ring's element type, Tap the spec's tap type.
-template <Path P, class Src, class Inter, class Tap, int Ch>
+// is the row pass's element type, Tap the spec's tap type, and Ring the
+// element type the ring holds the rows in: Inter, or float for 16-bit rows
+// that the single-precision column pass reads (each converted once, not once
+// for every output row it takes part in).
+template <Path P, class Src, class Inter, class Ring, class Tap, int Ch>
 void gaussianRun(const Src* src, int64_t srcStep, Src* dst, int64_t dstStep, int64_t W, int64_t H, const Src* value,
                  const Border& border, const Tap* taps, int k, int divisor, const GaussianLayout& lay) {
     const int r = k / 2;
@@ -103,9 +111,7 @@ void gaussianRun(const Src* src, int64_t srcStep, Src* dst, int64_t dstStep, int
     }
     Border constBorder = border;  // the border-value rows are constant beyond their ends as well
     constBorder.inMemLeft = constBorder.inMemRight = false;
-    auto ringRow = [&](int64_t i) {
-        return reinterpret_cast<Inter*>(lay.ring + ((i + r) % lay.ringRows) * lay.ringStep);
-    };
+    auto ringRow = [&](int64_t i) { return lay.ring + ((i + r) % lay.ringRows) * lay.ringStep; };
     // The row pass of 8u rows gives |value| <= sum|tap| * 255 / |divisor| + 1
     // (rounded to nearest), which lets the column pass prove it computes exactly.
     int32_t bound = 32768;
@@ -123,19 +129,20 @@ void gaussianRun(const Src* src, int64_t srcStep, Src* dst, int64_t dstStep, int
             const bool synthetic = reinterpret_cast<const uint8_t*>(row) == lay.constRow;
             const RowPass<Src, Tap> pass{
                 row, 0, ImageSize{int32_t(W), 1}, taps, k, r, synthetic ? constBorder : border, value, divisor};
-            Inter* out = ringRow(next);
+            Inter* out = reinterpret_cast<Inter*>(ringRow(next));
             rowPass<P, Src, Inter, Tap, Ch>(pass, &out);
+            if constexpr (!std::is_same_v<Ring, Inter>) widenRowInPlace(out, E);
         }
-        const Inter** ptrs = reinterpret_cast<const Inter**>(lay.rowPointers);
-        for (int64_t j = 0; j < nb + k - 1; ++j) ptrs[j] = ringRow(y0 - r + j);
+        const Ring** ptrs = reinterpret_cast<const Ring**>(lay.rowPointers);
+        for (int64_t j = 0; j < nb + k - 1; ++j) ptrs[j] = reinterpret_cast<const Ring*>(ringRow(y0 - r + j));
         Src* out = reinterpret_cast<Src*>(reinterpret_cast<char*>(dst) + y0 * dstStep);
         if (!lay.staging) {
-            const ColumnPass<Inter, Tap> pass{ptrs, dstStep, E, nb, taps, k, divisor, bound};
-            columnPass<P, Inter, Src, Tap>(pass, out);
+            const ColumnPass<Ring, Tap> pass{ptrs, dstStep, E, nb, taps, k, divisor, bound};
+            columnPass<P, Ring, Src, Tap>(pass, out);
         } else {
             for (int64_t y = 0; y < nb; ++y) {
-                const ColumnPass<Inter, Tap> pass{ptrs + y, 0, E, 1, taps, k, divisor, bound};
-                columnPass<P, Inter, Src, Tap>(pass, reinterpret_cast<Src*>(lay.staging));
+                const ColumnPass<Ring, Tap> pass{ptrs + y, 0, E, 1, taps, k, divisor, bound};
+                columnPass<P, Ring, Src, Tap>(pass, reinterpret_cast<Src*>(lay.staging));
                 streamRow(reinterpret_cast<uint8_t*>(out) + y * dstStep, lay.staging, E * int64_t(sizeof(Src)));
             }
         }

@@ -771,9 +771,10 @@ inline bool singlePrecisionColumn(const Tap* taps, int k) {
 // A tap of the single-precision column pass: (tap * 2^-16) * (1 / divisor).
 inline float columnTap(int32_t tap, float reciprocal) { return (float(tap) * 0x1p-16f) * reciprocal; }
 
-// The definition of one element of the single-precision column pass.
-template <class Dst>
-inline Dst columnElementFloat(const int16_t* const* rows, int64_t e, const int16_t* taps, int k, float reciprocal) {
+// The definition of one element of the single-precision column pass. Its rows
+// hold 16-bit values, as 16-bit integers or as the floats equal to them.
+template <class Dst, class Row>
+inline Dst columnElementFloat(const Row* const* rows, int64_t e, const int16_t* taps, int k, float reciprocal) {
     float sum = columnTap(taps[0], reciprocal) * float(int32_t(rows[0][e]) * 65536);
     for (int j = 1; j < k; ++j) sum = sum + columnTap(taps[j], reciprocal) * float(int32_t(rows[j][e]) * 65536);
     const float lo = float(lowest<Dst>()), hi = float(highest<Dst>());
@@ -781,9 +782,9 @@ inline Dst columnElementFloat(const int16_t* const* rows, int64_t e, const int16
     return saturate<Dst>(roundEven(sum));
 }
 
-template <Path P, int K, class Dst>
-void columnPassSingle(const ColumnPass<int16_t, int16_t>& p, Dst* dst) {
-    if constexpr (P == Path::vector) {
+template <Path P, int K, class Dst, class Row>
+void columnPassSingle(const ColumnPass<Row, int16_t>& p, Dst* dst) {
+    if constexpr (P == Path::vector && std::is_same_v<Row, int16_t>) {
         const PairPlan pairs = planSingleAsPairs(p.taps, p.k, p.divisor, p.valueBound);
         if (pairs.ok) return columnPassPairs<K>(p, dst, pairs);
     }
@@ -800,8 +801,8 @@ void columnPassSingle(const ColumnPass<int16_t, int16_t>& p, Dst* dst) {
     const __m512 lo = _mm512_set1_ps(float(lowest<Dst>())), hi = _mm512_set1_ps(float(highest<Dst>()));
     for (int64_t y = 0; y < p.height; ++y) {
         // (Locals, so that the row pointers and taps stay in registers across the stores.)
-        const int16_t* rows[K > 0 ? K : kMaxPairTaps];
-        const int16_t* const* const all = p.rows + y;
+        const Row* rows[K > 0 ? K : kMaxPairTaps];
+        const Row* const* const all = p.rows + y;
         __m512 tl[K > 0 ? K : 1];
         if constexpr (K > 0)
             for (int j = 0; j < K; ++j) rows[j] = all[j], tl[j] = tv[j];
@@ -813,7 +814,12 @@ void columnPassSingle(const ColumnPass<int16_t, int16_t>& p, Dst* dst) {
             for (; e < p.elements; e += 16) {
                 const int n = p.elements - e < 16 ? int(p.elements - e) : 16;
                 const __mmask16 m = simd::firstLanes16(n);
-                auto value = [&](int j) { return _mm512_cvtepi32_ps(load16(row(j) + e, m)); };
+                auto value = [&](int j) {
+                    if constexpr (std::is_same_v<Row, float>)
+                        return _mm512_maskz_loadu_ps(m, row(j) + e);
+                    else
+                        return _mm512_cvtepi32_ps(load16(row(j) + e, m));
+                };
                 __m512 acc = _mm512_mul_ps(tap(0), value(0));
 #pragma GCC unroll 16
                 for (int j = 1; j < count; ++j) acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), value(j)));
@@ -932,8 +938,10 @@ void columnPassFloat(const ColumnPass<float, float>& p, float* dst) {
 template <Path P, class Src, class Dst, class Tap>
 void columnPass(const ColumnPass<Src, Tap>& p, Dst* dst) {
     auto run = [&]<int K>() {
-        if constexpr (std::is_same_v<Src, float>) {
+        if constexpr (std::is_same_v<Tap, float>) {
             columnPassFloat<P, K>(p, dst);
+        } else if constexpr (std::is_same_v<Src, float>) {  // 16-bit values held as floats
+            columnPassSingle<P, K, Dst>(p, dst);
         } else if constexpr (std::is_same_v<Src, int16_t>) {
             if (singlePrecisionColumn(p.taps, p.k))
                 columnPassSingle<P, K, Dst>(p, dst);
