@@ -59,53 +59,6 @@ void gaussianInit(void* spec, uint32_t k, float sigma, uint32_t borderType, int 
     }
 }
 
-int64_t gaussianLayout(uint8_t* buffer, int64_t W, int64_t k, int64_t n, int64_t strip, int64_t interBytes,
-                       int64_t srcBytes, int64_t dstBytes, bool staging, bool alignRows, GaussianLayout& out) {
-    const int64_t L = ((W + k) * n + 7) & ~int64_t{7};
-    uint8_t* p = alignUp64(buffer);
-    out.strip = strip;
-    out.ringRows = strip + k - 1;
-    out.ringStep = alignRows ? (L * interBytes + 63) & ~int64_t{63} : L * interBytes;
-    out.ring = p;
-    p = alignUp64(p + out.ringRows * out.ringStep);
-    out.constRow = p;
-    p = alignUp64(p + W * n * srcBytes);
-    out.rowPointers = reinterpret_cast<const void**>(p);
-    p += 8 * out.ringRows;
-    out.staging = nullptr;
-    if (staging) {
-        p = alignUp64(p);
-        out.staging = p;
-        p += W * n * dstBytes;
-    }
-    return p - buffer;
-}
-
-void widenRowInPlace(void* row, int64_t n) {
-    const auto* in = static_cast<const int16_t*>(row);
-    auto* out = static_cast<float*>(row);
-    auto widen = [&](int64_t i, __mmask16 m) {
-        const __m512 v = _mm512_cvtepi32_ps(_mm512_cvtepi16_epi32(_mm256_maskz_loadu_epi16(m, in + i)));
-        _mm512_mask_storeu_ps(out + i, m, v);
-    };
-    int64_t i = n - n % 16;
-    if (i < n) widen(i, simd::firstLanes16(int(n - i)));
-    while (i > 0) widen(i -= 16, 0xFFFF);
-}
-
-void streamRow(uint8_t* dst, const uint8_t* src, int64_t bytes) {
-    int64_t i = 0;
-    const int64_t head = static_cast<int64_t>((64 - (reinterpret_cast<uintptr_t>(dst) & 63)) & 63);
-    if (head >= bytes) {
-        std::memcpy(dst, src, static_cast<size_t>(bytes));
-        return;
-    }
-    std::memcpy(dst, src, static_cast<size_t>(head));
-    for (i = head; i + 64 <= bytes; i += 64)
-        _mm512_stream_si512(reinterpret_cast<__m512i*>(dst + i), simd::load512(src + i));
-    std::memcpy(dst + i, src + i, static_cast<size_t>(bytes - i));
-}
-
 namespace {
 
 // Checks shared by both families after their pointer, step and size checks:
@@ -144,10 +97,10 @@ void runFilter(const T* src, int64_t srcStep, T* dst, int64_t dstStep, int64_t W
     const int divisor = 1 << h.shift;
     if constexpr (std::is_same_v<T, int16_t>)
         if (ringOfFloats)
-            return gaussianRun<Path::vector, T, int16_t, float, int16_t, Ch>(src, srcStep, dst, dstStep, W, H, value,
-                                                                             border, taps, h.kernelSize, divisor, lay);
-    gaussianRun<Path::vector, T, InterOf<T>, InterOf<T>, TapOf<T>, Ch>(src, srcStep, dst, dstStep, W, H, value, border,
-                                                                       taps, h.kernelSize, divisor, lay);
+            return gaussianRun<Path::vector, T, int16_t, float, int16_t, Ch>(
+                src, srcStep, dst, dstStep, W, H, value, border, taps, h.kernelSize, divisor, lay);
+    gaussianRun<Path::vector, T, InterOf<T>, InterOf<T>, TapOf<T>, Ch>(src, srcStep, dst, dstStep, W, H, value,
+                                                                       border, taps, h.kernelSize, divisor, lay);
 }
 
 // The 32-bit filters: pointers, spec, (C3) border value, steps (too small,
@@ -185,8 +138,7 @@ ZepStatus gaussianBorder32(const T* pSrc, int srcStep, T* pDst, int dstStep, Ima
         ringOfFloats = rows > 0;
     }
     if (!ringOfFloats && !fits(strip, sizeof(InterOf<T>), true)) fits(strip, sizeof(InterOf<T>), false);
-    runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, h, border, pSpec, lay,
-                     ringOfFloats);
+    runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, h, border, pSpec, lay, ringOfFloats);
     return zepStsOk;
 }
 
@@ -243,8 +195,7 @@ ZepStatus gaussianL(const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, Im
     }
     GaussianLayout lay{};
     gaussianLayout(pBuffer, roi.width, k, Ch, strip, ringBytes, sizeof(T), sizeof(T), stream, true, lay);
-    runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, h, border, pSpec, lay,
-                     ringOfFloats);
+    runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, h, border, pSpec, lay, ringOfFloats);
     return zepStsOk;
 }
 

@@ -75,16 +75,56 @@ struct GaussianLayout {
 // The buffer regions for a W x H image of n channels with band height `strip`
 // (ring rows a whole number of cache lines apart if alignRows).
 // Returns the bytes used from `buffer` (including the alignment of its start).
-int64_t gaussianLayout(uint8_t* buffer, int64_t W, int64_t k, int64_t n, int64_t strip, int64_t interBytes,
-                       int64_t srcBytes, int64_t dstBytes, bool staging, bool alignRows, GaussianLayout& out);
+inline int64_t gaussianLayout(uint8_t* buffer, int64_t W, int64_t k, int64_t n, int64_t strip, int64_t ringBytes,
+                              int64_t srcBytes, int64_t dstBytes, bool staging, bool alignRows, GaussianLayout& out) {
+    const int64_t L = ((W + k) * n + 7) & ~int64_t{7};
+    uint8_t* p = alignUp64(buffer);
+    out.strip = strip;
+    out.ringRows = strip + k - 1;
+    out.ringStep = alignRows ? (L * ringBytes + 63) & ~int64_t{63} : L * ringBytes;
+    out.ring = p;
+    p = alignUp64(p + out.ringRows * out.ringStep);
+    out.constRow = p;
+    p = alignUp64(p + W * n * srcBytes);
+    out.rowPointers = reinterpret_cast<const void**>(p);
+    p += 8 * out.ringRows;
+    out.staging = nullptr;
+    if (staging) {
+        p = alignUp64(p);
+        out.staging = p;
+        p += W * n * dstBytes;
+    }
+    return p - buffer;
+}
 
 // Copies one row to memory with streaming stores for its 64-byte-aligned middle.
-void streamRow(uint8_t* dst, const uint8_t* src, int64_t bytes);
+inline void streamRow(uint8_t* dst, const uint8_t* src, int64_t bytes) {
+    int64_t i = 0;
+    const int64_t head = static_cast<int64_t>((64 - (reinterpret_cast<uintptr_t>(dst) & 63)) & 63);
+    if (head >= bytes) {
+        std::memcpy(dst, src, static_cast<size_t>(bytes));
+        return;
+    }
+    std::memcpy(dst, src, static_cast<size_t>(head));
+    for (i = head; i + 64 <= bytes; i += 64)
+        _mm512_stream_si512(reinterpret_cast<__m512i*>(dst + i), simd::load512(src + i));
+    std::memcpy(dst + i, src + i, static_cast<size_t>(bytes - i));
+}
 
 // Rewrites the n 16-bit integers at the start of a row as the equal floats, in
 // place: from the end backwards, each block of floats lands at or beyond the
 // integers it came from, and no integer below it has been overwritten.
-void widenRowInPlace(void* row, int64_t n);
+inline void widenRowInPlace(void* row, int64_t n) {
+    const auto* in = static_cast<const int16_t*>(row);
+    auto* out = static_cast<float*>(row);
+    auto widen = [&](int64_t i, __mmask16 m) {
+        const __m512 v = _mm512_cvtepi32_ps(_mm512_cvtepi16_epi32(_mm256_maskz_loadu_epi16(m, in + i)));
+        _mm512_mask_storeu_ps(out + i, m, v);
+    };
+    int64_t i = n - n % 16;
+    if (i < n) widen(i, simd::firstLanes16(int(n - i)));
+    while (i > 0) widen(i -= 16, 0xFFFF);
+}
 
 // The filter over the whole image. Src and Dst share the element type; Inter
 // is the row pass's element type, Tap the spec's tap type, and Ring the

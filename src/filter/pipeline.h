@@ -44,7 +44,7 @@ namespace zep::filter {
 // round(n / d) to nearest, ties to even, exactly (d != 0).
 inline int64_t roundDivEven(int64_t n, int64_t d) {
     if (d < 0) n = -n, d = -d;
-    int64_t q = 0, r = 0;  // floor division: n = q * d + r, 0 <= r < d
+    int64_t q = 0, r = 0;      // floor division: n = q * d + r, 0 <= r < d
     if ((d & (d - 1)) == 0) {  // a power of two, the filters' usual divisor: a shift, not a division
         q = n >> __builtin_ctzll(uint64_t(d));
         r = n & (d - 1);
