@@ -123,7 +123,7 @@ ZepStatus gaussianBorder32(const T* pSrc, int srcStep, T* pDst, int dstStep, Ima
     // Ring rows start on cache lines when a buffer of the size the query reports
     // has room for the padding (it has, but for the narrowest images). A ring
     // of floats takes bands as tall as that buffer allows, down to one row.
-    int64_t strip = roi.height < k ? roi.height : k;
+    const int64_t strip = roi.height < k ? roi.height : k;
     const int64_t size =
         gaussianBufferSize(uint32_t(roi.width), uint32_t(roi.height), uint32_t(k), typeCode<T>(), Ch);
     GaussianLayout lay{};
