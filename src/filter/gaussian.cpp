@@ -137,7 +137,8 @@ ZepStatus gaussianBorder32(const T* pSrc, int srcStep, T* pDst, int dstStep, Ima
         while (rows > 0 && !fits(rows, 4, true)) --rows;
         ringOfFloats = rows > 0;
     }
-    if (!ringOfFloats && !fits(strip, sizeof(InterOf<T>), true)) fits(strip, sizeof(InterOf<T>), false);
+    if (!ringOfFloats && !fits(strip, sizeof(InterOf<T>), true) && !fits(strip, sizeof(InterOf<T>), false))
+        lay.widened = nullptr;  // the regions before it fit the reported size
     runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, h, border, pSpec, lay, ringOfFloats);
     return zepStsOk;
 }

@@ -70,10 +70,13 @@ struct GaussianLayout {
     uint8_t* constRow;  // one source row of the border value
     const void** rowPointers;
     uint8_t* staging;  // one destination row, for streamed output (or null)
+    int16_t* widened;  // 8u C1: one source row widened to 16 bits with its border pixels (or null)
 };
 
 // The buffer regions for a W x H image of n channels with band height `strip`
-// (ring rows a whole number of cache lines apart if alignRows).
+// (ring rows a whole number of cache lines apart if alignRows); single-channel
+// 8u sources (srcBytes 1) end with a row for their widened copy, which a caller
+// short of room may leave out (widened null) without moving the other regions.
 // Returns the bytes used from `buffer` (including the alignment of its start).
 inline int64_t gaussianLayout(uint8_t* buffer, int64_t W, int64_t k, int64_t n, int64_t strip, int64_t ringBytes,
                               int64_t srcBytes, int64_t dstBytes, bool staging, bool alignRows, GaussianLayout& out) {
@@ -93,6 +96,12 @@ inline int64_t gaussianLayout(uint8_t* buffer, int64_t W, int64_t k, int64_t n, 
         p = alignUp64(p);
         out.staging = p;
         p += W * n * dstBytes;
+    }
+    out.widened = nullptr;
+    if (srcBytes == 1 && n == 1) {
+        p = alignUp64(p);
+        out.widened = reinterpret_cast<int16_t*>(p);
+        p += L * 2;  // (W + k - 1) * n values at most
     }
     return p - buffer;
 }
@@ -170,6 +179,9 @@ void gaussianRun(const Src* src, int64_t srcStep, Src* dst, int64_t dstStep, int
             const RowPass<Src, Tap> pass{
                 row, 0, ImageSize{int32_t(W), 1}, taps, k, r, synthetic ? constBorder : border, value, divisor};
             Inter* out = reinterpret_cast<Inter*>(ringRow(next));
+            if constexpr (P == Path::vector && std::is_same_v<Src, uint8_t> && Ch == 1) {
+                if (lay.widened && rowPassWidened(pass, lay.widened, out)) continue;
+            }
             rowPass<P, Src, Inter, Tap, Ch>(pass, &out);
             if constexpr (!std::is_same_v<Ring, Inter>) widenRowInPlace(out, E);
         }
