@@ -406,6 +406,15 @@ inline void adjacentBlock(const PairConstants& c, const __m512i* tp, int k, cons
     _mm512_mask_storeu_epi16(out, simd::firstLanes32(n), _mm512_shuffle_epi8(packed, order));
 }
 
+// Outputs [0, n) of single-channel 16-bit values at `values` (the value of
+// tap j for output x at values[x + j]): full blocks of 32, then one masked.
+template <int K, bool FloatRound, class Src, class Dst>
+inline void adjacentSpan(const PairConstants& c, const __m512i* tp, int k, const Src* values, Dst* out, int64_t n) {
+    int64_t x = 0;
+    for (; x + 32 <= n; x += 32) adjacentBlock<K, FloatRound, 32>(c, tp, k, values + x, out + x, 32);
+    if (x < n) adjacentBlock<K, FloatRound>(c, tp, k, values + x, out + x, int(n - x));
+}
+
 // Calls f with the compile-time forms of a plan.
 template <class F>
 inline void withPairForms(const PairPlan& plan, F f) {
@@ -525,9 +534,7 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
                     Dst* out = dst[y];
                     const int64_t head = lo < E ? lo : E;
                     edgeSpan<Src, Dst, Tap, Ch>(p, row, out, 0, head);
-                    int64_t e = lo;
-                    for (; e + 32 <= hi; e += 32) adjacentBlock<K, FR, 32>(cl, tl, k, row + e - back, out + e, 32);
-                    if (e < hi) adjacentBlock<K, FR>(cl, tl, k, row + e - back, out + e, int(hi - e));
+                    if (lo < hi) adjacentSpan<K, FR>(cl, tl, k, row + lo - back, out + lo, hi - lo);
                     edgeSpan<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E);
                 }
             };
@@ -734,11 +741,7 @@ bool rowPassWidened(const RowPass<uint8_t, int16_t>& p, int16_t* ext, int16_t* o
     __m512i tp[kMaxPairTaps / 2];
     tapPairs(p.taps, p.k, plan, tp);
     const PairConstants c = pairConstants(plan);
-    auto run = [&]<bool FR>() {
-        int64_t x = 0;
-        for (; x + 32 <= W; x += 32) adjacentBlock<K, FR, 32>(c, tp, p.k, ext + x, out + x, 32);
-        if (x < W) adjacentBlock<K, FR>(c, tp, p.k, ext + x, out + x, int(W - x));
-    };
+    auto run = [&]<bool FR>() { adjacentSpan<K, FR>(c, tp, p.k, ext, out, W); };
     if (plan.floatRound)
         run.template operator()<true>();
     else
