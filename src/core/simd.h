@@ -9,6 +9,13 @@
 #include <immintrin.h>
 #pragma GCC diagnostic pop
 
+// The emulated configuration (ZEPCV_EMULATE_AVX512) builds the same kernels for
+// x86-64-v3: SIMDe supplies the 512-bit types and intrinsics under their own
+// names, and core/avx512_shim.h whatever it lacks or computes differently.
+#if ZEPCV_EMULATE_AVX512
+#include "core/avx512_shim.h"
+#endif
+
 #include <cstdint>
 
 namespace zep::simd {
@@ -45,6 +52,17 @@ inline __mmask16 nonzeroLanes16(const uint8_t* mask) {
 
 // 1.0 in the selected lanes, 0.0 elsewhere: a mask applied arithmetically.
 inline __m512 unitWhere(__mmask16 lanes) { return _mm512_maskz_mov_ps(lanes, _mm512_set1_ps(1.0f)); }
+
+// An optimisation barrier: the compiler must assume v changed, so it cannot
+// fold the operations before and after into one (a load and a select into a
+// masked load, say). Emulated, a 512-bit value has no register to live in.
+inline void opaque(__m512i& v) {
+#if ZEPCV_EMULATE_AVX512
+    asm("" : "+m"(v));
+#else
+    asm("" : "+v"(v));
+#endif
+}
 
 inline __m512i load512(const void* p) { return _mm512_loadu_si512(p); }
 inline void store512(void* p, __m512i v) { _mm512_storeu_si512(p, v); }

@@ -299,7 +299,7 @@ IntTotals intNormVector(Rows<const T> a, Rows<const T> b, Rows<const uint8_t> ma
         auto load = [k](const T* p) {
             if constexpr (Whole) {
                 __m512i v = _mm512_loadu_si512(p);
-                asm("" : "+v"(v));  // keeps the compiler from folding the two into a masked load
+                simd::opaque(v);  // keeps the compiler from folding the two into a masked load
                 return V::select(k, v);
             } else {
                 return V::load(k, p);
@@ -326,7 +326,7 @@ IntTotals intNormVector(Rows<const T> a, Rows<const T> b, Rows<const uint8_t> ma
         } else if constexpr (sizeof(T) == 2) {
             auto load = [&](const T* p) {
                 __m512i v = Whole ? gather16.load(p) : gather16.loadPart(p, n);
-                asm("" : "+v"(v));  // as above
+                simd::opaque(v);  // as above
                 return V::select(px, v);
             };
             const __m512i va = load(pa);
