@@ -41,7 +41,10 @@ def run(bench, flt):
     cmd = [bench, f"--benchmark_filter={flt}", "--benchmark_format=json",
            "--benchmark_repetitions=3", "--benchmark_enable_random_interleaving=true",
            "--benchmark_min_time=0.1"]
-    out = subprocess.run(cmd, capture_output=True, text=True, check=True).stdout
+    proc = subprocess.run(cmd, stdout=subprocess.PIPE, text=True)
+    if proc.returncode != 0:
+        sys.exit(f"the benchmark program exited with status {proc.returncode}; nothing written")
+    out = proc.stdout
     results = {}
     for b in json.loads(out)["benchmarks"]:
         if b.get("run_type") != "iteration" or b.get("error_occurred"):

@@ -15,6 +15,8 @@
 
 #include <zepcv.h>
 
+#include "processor_check.h"
+
 #include <stb/stb_image.h>
 #include <stb/stb_image_write.h>
 
@@ -43,6 +45,13 @@ int main(int argc, char** argv) {
     ImageSize roi;
     int i;
 
+#if !ZEPCV_EMULATE_AVX512
+    if (!zepcvProcessorHasAvx512()) {
+        fprintf(stderr, "this processor lacks AVX-512 F, CD, BW, DQ or VL, which libzepcv.so needs; "
+                        "build the emulated configuration (ZEPCV_EMULATE_AVX512=ON) to run it here\n");
+        return 1;
+    }
+#endif
     if (argc != 4) {
         fprintf(stderr, "usage: %s FRAME1 FRAME2 OUTPUT_DIR\n", argv[0]);
         return 2;
