@@ -9,12 +9,12 @@
 #include <unistd.h>
 #include <xmmintrin.h>
 
+#include <cctype>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <random>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -83,7 +83,9 @@ std::string hex(const uint8_t* p, int n) {
 // their operands, in either build), so there any NaN matches any NaN.
 bool sameResult(const std::string& name, const uint8_t* a, const uint8_t* b) {
     if (std::memcmp(a, b, 192) == 0) return true;
-    const bool arithmetic = std::regex_search(name, std::regex("_(add|sub|mul|div|fmadd|fnmadd)_p[sd]$"));
+    bool arithmetic = false;
+    for (const char* op : {"_add_p", "_sub_p", "_mul_p", "_div_p", "_fmadd_p", "_fnmadd_p"})
+        arithmetic = arithmetic || name.find(op) == name.size() - std::strlen(op) - 1;
     if (!arithmetic) return false;
     const bool f64 = name.back() == 'd';
     for (int i = 0; i < 192; i += f64 ? 8 : 4) {
@@ -137,14 +139,22 @@ TEST(Emulation, EveryIntrinsicTheKernelsUseHasACase) {
     std::set<std::string> cased;
     const IntrinsicTables t = emulatedIntrinsics();
     for (size_t c = 0; c < t.caseCount; ++c) cased.insert(std::string(t.cases[c].name).substr(0, std::string(t.cases[c].name).find(' ')));
-    const std::regex intrinsic("_mm(256|512)?_[a-z0-9_]+");
     std::set<std::string> missing;
     for (const auto& e : std::filesystem::recursive_directory_iterator(ZEPCV_SOURCE_DIR "/src")) {
         if (!e.is_regular_file() || e.path().filename() == "avx512_shim.h") continue;
         std::ifstream f(e.path());
         const std::string text((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
-        for (std::sregex_iterator m(text.begin(), text.end(), intrinsic), end; m != end; ++m)
-            if (!cased.count(m->str())) missing.insert(m->str() + " (" + e.path().filename().string() + ")");
+        // Intrinsic names: _mm_, _mm256_ or _mm512_ and lower-case letters, digits and underscores.
+        for (size_t at = text.find("_mm"); at != std::string::npos; at = text.find("_mm", at + 1)) {
+            size_t end = at + 3;
+            while (end < text.size() && (std::islower(static_cast<unsigned char>(text[end])) ||
+                                         std::isdigit(static_cast<unsigned char>(text[end])) || text[end] == '_'))
+                ++end;
+            const std::string name = text.substr(at, end - at);
+            const bool intrinsic = name.rfind("_mm_", 0) == 0 || name.rfind("_mm256_", 0) == 0 || name.rfind("_mm512_", 0) == 0;
+            if (intrinsic && (at == 0 || !std::isalnum(static_cast<unsigned char>(text[at - 1]))) && !cased.count(name))
+                missing.insert(name + " (" + e.path().filename().string() + ")");
+        }
     }
     for (const std::string& m : missing) ADD_FAILURE() << "no case for " << m;
 }
