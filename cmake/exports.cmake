@@ -1,45 +1,19 @@
-# Generates the entry stubs, the export table and the linker export map from
-# the export list. Each stub jumps through its own slot of the table; stubs lie
-# contiguous in slot order, 16 bytes each.
+# Generates, from the export list, the entry stubs and the export table, the
+# linker's export map and each family file's bindings (cmake/bind_exports.py).
+# Runs when CMake configures, and again whenever the list, the generator or a
+# public header changes.
 function(zep_generate_exports list_file out_dir out_names)
-    file(STRINGS "${list_file}" lines)
-    set(names "")
-    foreach(line IN LISTS lines)
-        string(STRIP "${line}" line)
-        if(line STREQUAL "" OR line MATCHES "^#")
-            continue()
-        endif()
-        list(APPEND names "${line}")
-    endforeach()
-    set(sorted ${names})
-    list(SORT sorted COMPARE STRING)
-    list(REMOVE_DUPLICATES sorted)
-    if(NOT sorted STREQUAL names)
-        message(FATAL_ERROR "${list_file}: names must be unique and in ASCII order")
+    find_package(Python3 REQUIRED COMPONENTS Interpreter)
+    set(generator ${PROJECT_SOURCE_DIR}/cmake/bind_exports.py)
+    execute_process(
+        COMMAND ${Python3_EXECUTABLE} ${generator} --list ${list_file} --include ${PROJECT_SOURCE_DIR}/include
+                --src ${PROJECT_SOURCE_DIR}/src --out ${out_dir}
+        RESULT_VARIABLE failed ERROR_VARIABLE message)
+    if(failed)
+        message(FATAL_ERROR "export bindings: ${message}")
     endif()
-
-    set(stubs "# Generated from ${list_file}; do not edit.\n")
-    string(APPEND stubs "    .section .note.GNU-stack,\"\",@progbits\n")
-    string(APPEND stubs "    .section .data.rel.ro,\"aw\",@progbits\n    .p2align 6\n")
-    string(APPEND stubs "    .globl zep_export_table\n    .hidden zep_export_table\n")
-    string(APPEND stubs "    .type zep_export_table, @object\nzep_export_table:\n")
-    set(map "/* Generated from ${list_file}; do not edit. */\n{\n  global:\n")
-    set(text "    .text\n    .p2align 4\n    .globl zep_export_stubs\n    .hidden zep_export_stubs\nzep_export_stubs:\n")
-    set(slot 0)
-    foreach(name IN LISTS names)
-        string(APPEND stubs "    .quad ${name}_impl\n")
-        string(APPEND map "    ${name};\n")
-        string(APPEND text "    .globl ${name}\n    .type ${name}, @function\n${name}:\n")
-        string(APPEND text "    jmp *zep_export_table+${slot}*8(%rip)\n    .p2align 4, 0xcc\n    .size ${name}, 16\n")
-        math(EXPR slot "${slot} + 1")
-    endforeach()
-    string(APPEND stubs "    .size zep_export_table, ${slot}*8\n")
-    string(APPEND map "  local: *;\n};\n")
-
-    file(WRITE "${out_dir}/export_stubs.S.new" "${stubs}${text}")
-    file(WRITE "${out_dir}/exports.map.new" "${map}")
-    configure_file("${out_dir}/export_stubs.S.new" "${out_dir}/export_stubs.S" COPYONLY)
-    configure_file("${out_dir}/exports.map.new" "${out_dir}/exports.map" COPYONLY)
-    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${list_file}")
+    file(GLOB_RECURSE headers ${PROJECT_SOURCE_DIR}/include/*.h)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list_file} ${generator} ${headers})
+    file(READ ${out_dir}/exports.names names)
     set(${out_names} ${names} PARENT_SCOPE)
 endfunction()

@@ -125,23 +125,28 @@ inline V join(H lo, H hi) {
     return r.vec();
 }
 
+// An instruction's narrower form applied to each half of the operand.
+template <class VOut, class HIn, class VIn, class F>
+inline VOut byHalves(VIn a, F f) {
+    return join<VOut>(f(half<HIn>(a, 0)), f(half<HIn>(a, 1)));
+}
 inline __m512i cvttps_epi32(__m512 a) {
-    return join<__m512i>(_mm256_cvttps_epi32(half<__m256>(a, 0)), _mm256_cvttps_epi32(half<__m256>(a, 1)));
+    return byHalves<__m512i, __m256>(a, [](__m256 h) { return _mm256_cvttps_epi32(h); });
 }
 inline __m256i cvtpd_epi32(__m512d a) {
-    return join<__m256i>(_mm256_cvtpd_epi32(half<__m256d>(a, 0)), _mm256_cvtpd_epi32(half<__m256d>(a, 1)));
+    return byHalves<__m256i, __m256d>(a, [](__m256d h) { return _mm256_cvtpd_epi32(h); });
 }
 inline __m256 cvtpd_ps(__m512d a) {
-    return join<__m256>(_mm256_cvtpd_ps(half<__m256d>(a, 0)), _mm256_cvtpd_ps(half<__m256d>(a, 1)));
+    return byHalves<__m256, __m256d>(a, [](__m256d h) { return _mm256_cvtpd_ps(h); });
 }
 inline __m512d cvtps_pd(__m256 a) {
-    return join<__m512d>(_mm256_cvtps_pd(half<__m128>(a, 0)), _mm256_cvtps_pd(half<__m128>(a, 1)));
+    return byHalves<__m512d, __m128>(a, [](__m128 h) { return _mm256_cvtps_pd(h); });
 }
 inline __m512 cvtepi32_ps(__m512i a) {
-    return join<__m512>(_mm256_cvtepi32_ps(half<__m256i>(a, 0)), _mm256_cvtepi32_ps(half<__m256i>(a, 1)));
+    return byHalves<__m512, __m256i>(a, [](__m256i h) { return _mm256_cvtepi32_ps(h); });
 }
 inline __m512d cvtepi32_pd(__m256i a) {
-    return join<__m512d>(_mm256_cvtepi32_pd(half<__m128i>(a, 0)), _mm256_cvtepi32_pd(half<__m128i>(a, 1)));
+    return byHalves<__m512d, __m128i>(a, [](__m128i h) { return _mm256_cvtepi32_pd(h); });
 }
 // Conversion under an explicit rounding (or the current one, _MM_FROUND_CUR_DIRECTION):
 // rounding to an integral value first is exact, and the conversion then keeps it.
@@ -154,8 +159,7 @@ inline __m256 roundTo(__m256 a) {
 }
 template <int R>
 inline __m512i cvt_roundps_epi32(__m512 a) {
-    return join<__m512i>(_mm256_cvtps_epi32(roundTo<R>(half<__m256>(a, 0))),
-                         _mm256_cvtps_epi32(roundTo<R>(half<__m256>(a, 1))));
+    return byHalves<__m512i, __m256>(a, [](__m256 h) { return _mm256_cvtps_epi32(roundTo<R>(h)); });
 }
 template <int R>
 inline int cvt_roundss_si32(__m128 a) {
@@ -208,7 +212,8 @@ inline __m512i maskz_sub_epi16(uint64_t k, __m512i a, __m512i b) {
     const Lanes<int16_t, __m512i> x(a), y(b);
     Lanes<int16_t, __m512i> r;
     for (int i = 0; i < 32; ++i)
-        if (bit(k, i)) r.at[i] = static_cast<int16_t>(static_cast<uint16_t>(x.at[i]) - static_cast<uint16_t>(y.at[i]));
+        if (bit(k, i))
+            r.at[i] = static_cast<int16_t>(static_cast<uint16_t>(x.at[i]) - static_cast<uint16_t>(y.at[i]));
     return r.vec();
 }
 inline __m256i mask_cvtusepi16_epi8(__m256i src, uint64_t k, __m512i a) {
@@ -311,7 +316,8 @@ inline __m128 max4(__m128 a, __m128 b) { return _mm_max_ps(a, b); }
 #define _mm512_cvttps_epi32(a) zep::emu::cvttps_epi32(a)
 #define _mm512_cvtpd_epi32(a) zep::emu::cvtpd_epi32(a)
 #define _mm512_cvt_roundps_epi32(a, r) zep::emu::cvt_roundps_epi32<(r)>(a)
-#define _mm512_mask_cvt_roundps_epi32(s, k, a, r) zep::emu::blend((k), __m512i(s), zep::emu::cvt_roundps_epi32<(r)>(a))
+#define _mm512_mask_cvt_roundps_epi32(s, k, a, r) \
+    zep::emu::blend((k), __m512i(s), zep::emu::cvt_roundps_epi32<(r)>(a))
 #define _mm_cvt_roundss_si32(a, r) zep::emu::cvt_roundss_si32<(r)>(a)
 #define _mm512_cvtss_f32(a) zep::emu::half<float>(__m512(a), 0)
 #define _mm512_cvtsd_f64(a) zep::emu::half<double>(__m512d(a), 0)
@@ -325,17 +331,17 @@ inline __m128 max4(__m128 a, __m128 b) { return _mm_max_ps(a, b); }
 #define _mm_test_epi8_mask(a, b) static_cast<__mmask16>(zep::emu::testMask<int8_t>(__m128i(a), __m128i(b)))
 #define _mm256_test_epi8_mask(a, b) static_cast<__mmask32>(zep::emu::testMask<int8_t>(__m256i(a), __m256i(b)))
 #define _mm256_test_epi16_mask(a, b) static_cast<__mmask16>(zep::emu::testMask<int16_t>(__m256i(a), __m256i(b)))
-#define _mm512_cmpgt_epu16_mask(a, b) \
+#define _mm512_cmpgt_epu16_mask(a, b)                                                              \
     static_cast<__mmask32>(zep::emu::compareMask<uint16_t>(zep::emu::kAll, __m512i(a), __m512i(b), \
                                                            [](uint16_t zl, uint16_t zr) { return zl > zr; }))
-#define _mm512_cmplt_epu16_mask(a, b) \
+#define _mm512_cmplt_epu16_mask(a, b)                                                              \
     static_cast<__mmask32>(zep::emu::compareMask<uint16_t>(zep::emu::kAll, __m512i(a), __m512i(b), \
                                                            [](uint16_t zl, uint16_t zr) { return zl < zr; }))
-#define _mm512_mask_cmpneq_epi32_mask(k, a, b) \
+#define _mm512_mask_cmpneq_epi32_mask(k, a, b)                                         \
     static_cast<__mmask16>(zep::emu::compareMask<int32_t>((k), __m512i(a), __m512i(b), \
                                                           [](int32_t zl, int32_t zr) { return zl != zr; }))
 #define _mm_mask_cmpeq_epi8_mask(k, a, b) \
-    static_cast<__mmask16>(zep::emu::compareMask<int8_t>((k), __m128i(a), __m128i(b), \
-                                                         [](int8_t zl, int8_t zr) { return zl == zr; }))
+    static_cast<__mmask16>(               \
+        zep::emu::compareMask<int8_t>((k), __m128i(a), __m128i(b), [](int8_t zl, int8_t zr) { return zl == zr; }))
 #define _mm512_reduce_min_ps(a) zep::emu::reduce<zep::emu::min8, zep::emu::min4>(a)
 #define _mm512_reduce_max_ps(a) zep::emu::reduce<zep::emu::max8, zep::emu::max4>(a)

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <type_traits>
 
 namespace zep {
 
@@ -54,6 +55,18 @@ constexpr int64_t borderIndex(int64_t i, int64_t n, int base) {
         return r < n ? r : period - r;
     }
     return i < 0 ? 0 : n - 1;
+}
+
+// A constant border's value as exports take it: one element for one channel,
+// three for three (decayed to a pointer); valueOf gives the kernels' pointer.
+template <class T, int Ch>
+using BorderValue = std::conditional_t<Ch == 1, T, const T*>;
+template <class T, int Ch>
+const T* valueOf(const BorderValue<T, Ch>& v) {
+    if constexpr (Ch == 1)
+        return &v;
+    else
+        return v;
 }
 
 }  // namespace zep

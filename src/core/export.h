@@ -1,21 +1,16 @@
 // How an implementation is bound to its exported name.
 //
 // Each exported name is an entry stub that jumps through its slot of the
-// export table to `<name>_impl`. The stubs, the table and the linker's export
-// map are generated from src/core/exports.txt; an implementation file only
-// defines the body:
-//
-//   ZEP_EXPORT(zepiAdd_8u32f_C1IR)(const uint8_t* pSrc, int srcStep, ...) { ... }
-//
-// The declaration taken from the public prototype makes any mismatch between
-// the header and the definition a compile error.
+// export table to `<name>_impl`. src/core/exports.txt names, for each export,
+// the family file and the family entry that implements it; the stubs, the
+// table, the linker's export map and `<name>_impl` (declared with the public
+// prototype's type, so that a mismatch with the header is a compile error, and
+// calling the entry with the export's arguments) are generated from that list
+// (cmake/bind_exports.py) into bind/<family>.inc, which the family file
+// includes at its end.
 #pragma once
 
 #include <zepcv.h>
-
-#define ZEP_EXPORT(name)                     \
-    extern "C" decltype(::name) name##_impl; \
-    extern "C" ZepStatus name##_impl
 
 namespace zep {
 

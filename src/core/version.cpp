@@ -23,7 +23,8 @@ constexpr LibraryVersion kVersion = {
     "Apr 12 2017",
 };
 
+const LibraryVersion* libraryVersion() { return &kVersion; }
+
 }  // namespace
 
-extern "C" decltype(::zepcvGetLibVersion) zepcvGetLibVersion_impl;
-extern "C" const LibraryVersion* zepcvGetLibVersion_impl(void) { return &kVersion; }
+#include "bind/core/version.inc"

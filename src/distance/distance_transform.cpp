@@ -1,50 +1,16 @@
-// Exported chamfer transforms and their standard costs.
+// Exported chamfer transforms and their standard costs: src/core/exports.txt
+// binds each to its kernel or to one of these entries.
 #include "distance/distance_transform.h"
+
+namespace {
 
 using zep::Path;
 using zep::distance::chamferImage;
 
-ZEP_EXPORT(zepiDistanceTransform_3x3_8u_C1R)
-(const uint8_t* pSrc, int srcStep, uint8_t* pDst, int dstStep, ImageSize roiSize, const int32_t* pMetrics) {
-    return chamferImage<Path::vector, uint8_t, 3>(pSrc, srcStep, pDst, dstStep, roiSize, pMetrics);
+template <int K>
+ZepStatus chamferInPlace(uint8_t* pSrcDst, int srcDstStep, ImageSize roi, const int32_t* pMetrics) {
+    return chamferImage<Path::vector, uint8_t, K>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, roi, pMetrics);
 }
-
-ZEP_EXPORT(zepiDistanceTransform_3x3_8u_C1IR)
-(uint8_t* pSrcDst, int srcDstStep, ImageSize roiSize, const int32_t* pMetrics) {
-    return chamferImage<Path::vector, uint8_t, 3>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize, pMetrics);
-}
-
-ZEP_EXPORT(zepiDistanceTransform_3x3_8u16u_C1R)
-(const uint8_t* pSrc, int srcStep, uint16_t* pDst, int dstStep, ImageSize roiSize, const int32_t* pMetrics) {
-    return chamferImage<Path::vector, uint16_t, 3>(pSrc, srcStep, pDst, dstStep, roiSize, pMetrics);
-}
-
-ZEP_EXPORT(zepiDistanceTransform_3x3_8u32f_C1R)
-(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep, ImageSize roiSize, const float* pMetrics) {
-    return chamferImage<Path::vector, float, 3>(pSrc, srcStep, pDst, dstStep, roiSize, pMetrics);
-}
-
-ZEP_EXPORT(zepiDistanceTransform_5x5_8u_C1R)
-(const uint8_t* pSrc, int srcStep, uint8_t* pDst, int dstStep, ImageSize roiSize, const int32_t* pMetrics) {
-    return chamferImage<Path::vector, uint8_t, 5>(pSrc, srcStep, pDst, dstStep, roiSize, pMetrics);
-}
-
-ZEP_EXPORT(zepiDistanceTransform_5x5_8u_C1IR)
-(uint8_t* pSrcDst, int srcDstStep, ImageSize roiSize, const int32_t* pMetrics) {
-    return chamferImage<Path::vector, uint8_t, 5>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize, pMetrics);
-}
-
-ZEP_EXPORT(zepiDistanceTransform_5x5_8u16u_C1R)
-(const uint8_t* pSrc, int srcStep, uint16_t* pDst, int dstStep, ImageSize roiSize, const int32_t* pMetrics) {
-    return chamferImage<Path::vector, uint16_t, 5>(pSrc, srcStep, pDst, dstStep, roiSize, pMetrics);
-}
-
-ZEP_EXPORT(zepiDistanceTransform_5x5_8u32f_C1R)
-(const uint8_t* pSrc, int srcStep, float* pDst, int dstStep, ImageSize roiSize, const float* pMetrics) {
-    return chamferImage<Path::vector, float, 5>(pSrc, srcStep, pDst, dstStep, roiSize, pMetrics);
-}
-
-namespace {
 
 // Standard costs by kernel (3, 5) and norm (chessboard, city block, Euclidean).
 constexpr float kCosts32f[2][3][3] = {{{1.0f, 1.0f}, {1.0f, 2.0f}, {0.955f, 1.3693f}},
@@ -64,19 +30,20 @@ ZepStatus standardCosts(int kerSize, int norm, T* out, const T (&table)[2][3][3]
         });
 }
 
-}  // namespace
-
-ZEP_EXPORT(zepiGetDistanceTransformMask_32f)(int kerSize, int norm, float* pMetrics) {
+ZepStatus standardCosts32f(int kerSize, int norm, float* pMetrics) {
     return standardCosts(kerSize, norm, pMetrics, kCosts32f);
 }
-
-ZEP_EXPORT(zepiGetDistanceTransformMask_32s)(int kerSize, int norm, int32_t* pMetrics) {
+ZepStatus standardCosts32s(int kerSize, int norm, int32_t* pMetrics) {
     return standardCosts(kerSize, norm, pMetrics, kCosts32s);
 }
 
 // The code's remainder is checked first, then everything the 32f form checks.
-ZEP_EXPORT(zepiGetDistanceTransformMask)(int maskType, float* pMetrics) {
+ZepStatus standardCostsOfCode(int maskType, float* pMetrics) {
     const int norm = maskType % 10;
     if (norm < 0 || norm > 2) return zepStsBadArg;
     return standardCosts(maskType / 10, norm, pMetrics, kCosts32f);
 }
+
+}  // namespace
+
+#include "bind/distance/distance_transform.inc"

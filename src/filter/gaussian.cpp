@@ -214,10 +214,12 @@ ZepStatus initParameterChecks(uint32_t k, float sigma, uint32_t borderType, int 
 }  // namespace
 }  // namespace zep::filter
 
+namespace {
+
 using namespace zep::filter;
 
-ZEP_EXPORT(zepiFilterGaussianGetBufferSize)
-(ImageSize roi, uint32_t kernelSize, int dataType, int numChannels, int* pSpecSize, int* pBufferSize) {
+ZepStatus getBufferSize(ImageSize roi, uint32_t kernelSize, int dataType, int numChannels, int* pSpecSize,
+                        int* pBufferSize) {
     if (!pSpecSize || !pBufferSize) return zepStsNullPointer;
     if (roi.width < 1 || roi.height < 1) return zepStsBadSize;
     if (!gaussianKernelSize(kernelSize)) return zepStsBadArg;
@@ -229,9 +231,8 @@ ZEP_EXPORT(zepiFilterGaussianGetBufferSize)
     return zepStsOk;
 }
 
-ZEP_EXPORT(zepiFilterGaussianInit)
-(ImageSize roi, uint32_t kernelSize, float sigma, uint32_t borderType, int dataType, int numChannels,
- FilterGaussianSpec* pSpec, uint8_t* pBuffer) {
+ZepStatus initSpec(ImageSize roi, uint32_t kernelSize, float sigma, uint32_t borderType, int dataType,
+                   int numChannels, FilterGaussianSpec* pSpec, uint8_t* pBuffer) {
     if (!pSpec || !pBuffer) return zepStsNullPointer;
     if (roi.width < 1 || roi.height < 1) return zepStsBadSize;
     if (const ZepStatus s = initParameterChecks(kernelSize, sigma, borderType, dataType, numChannels); s != zepStsOk)
@@ -240,7 +241,7 @@ ZEP_EXPORT(zepiFilterGaussianInit)
     return zepStsOk;
 }
 
-ZEP_EXPORT(zepiFilterGaussianGetSpecSize_L)(uint32_t kernelSize, int dataType, int numChannels, int64_t* pSpecSize) {
+ZepStatus getSpecSizeL(uint32_t kernelSize, int dataType, int numChannels, int64_t* pSpecSize) {
     if (!pSpecSize) return zepStsNullPointer;
     if (!gaussianKernelSize(kernelSize)) return zepStsBadArg;
     if (!gaussianDataType(dataType)) return zepStsBadDataType;
@@ -249,8 +250,7 @@ ZEP_EXPORT(zepiFilterGaussianGetSpecSize_L)(uint32_t kernelSize, int dataType, i
     return zepStsOk;
 }
 
-ZEP_EXPORT(zepiFilterGaussianGetBufferSize_L)
-(ImageSizeL roi, uint32_t kernelSize, int dataType, int numChannels, int64_t* pBufferSize) {
+ZepStatus getBufferSizeL(ImageSizeL roi, uint32_t kernelSize, int dataType, int numChannels, int64_t* pBufferSize) {
     if (!pBufferSize) return zepStsNullPointer;
     if (roi.width < 1 || roi.height < 1) return zepStsBadSize;
     if (!gaussianKernelSize(kernelSize)) return zepStsBadArg;
@@ -261,9 +261,8 @@ ZEP_EXPORT(zepiFilterGaussianGetBufferSize_L)
     return zepStsOk;
 }
 
-ZEP_EXPORT(zepiFilterGaussianInit_L)
-(ImageSizeL roi, uint32_t kernelSize, float sigma, uint32_t borderType, int dataType, int numChannels,
- FilterGaussianSpec* pSpec) {
+ZepStatus initSpecL(ImageSizeL roi, uint32_t kernelSize, float sigma, uint32_t borderType, int dataType,
+                    int numChannels, FilterGaussianSpec* pSpec) {
     if (!pSpec) return zepStsNullPointer;
     if (roi.width < 1 || roi.height < 1) return zepStsBadSize;
     if (const ZepStatus s = initParameterChecks(kernelSize, sigma, borderType, dataType, numChannels); s != zepStsOk)
@@ -273,29 +272,19 @@ ZEP_EXPORT(zepiFilterGaussianInit_L)
     return zepStsOk;
 }
 
-#define GAUSSIAN_EXPORTS(T, tname)                                                                          \
-    ZEP_EXPORT(zepiFilterGaussianBorder_##tname##_C1R)                                                      \
-    (const T* pSrc, int srcStep, T* pDst, int dstStep, ImageSize roiSize, T borderValue,                    \
-     const FilterGaussianSpec* pSpec, uint8_t* pBuffer) {                                                   \
-        return gaussianBorder32<T, 1>(pSrc, srcStep, pDst, dstStep, roiSize, &borderValue, pSpec, pBuffer); \
-    }                                                                                                       \
-    ZEP_EXPORT(zepiFilterGaussianBorder_##tname##_C3R)                                                      \
-    (const T* pSrc, int srcStep, T* pDst, int dstStep, ImageSize roiSize, const T borderValue[3],           \
-     const FilterGaussianSpec* pSpec, uint8_t* pBuffer) {                                                   \
-        return gaussianBorder32<T, 3>(pSrc, srcStep, pDst, dstStep, roiSize, borderValue, pSpec, pBuffer);  \
-    }                                                                                                       \
-    ZEP_EXPORT(zepiFilterGaussian_##tname##_C1R_L)                                                          \
-    (const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, ImageSizeL roiSize, T borderValue,           \
-     const FilterGaussianSpec* pSpec, uint8_t* pBuffer) {                                                   \
-        return gaussianL<T, 1>(pSrc, srcStep, pDst, dstStep, roiSize, &borderValue, pSpec, pBuffer);        \
-    }                                                                                                       \
-    ZEP_EXPORT(zepiFilterGaussian_##tname##_C3R_L)                                                          \
-    (const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, ImageSizeL roiSize, const T borderValue[3],  \
-     const FilterGaussianSpec* pSpec, uint8_t* pBuffer) {                                                   \
-        return gaussianL<T, 3>(pSrc, srcStep, pDst, dstStep, roiSize, borderValue, pSpec, pBuffer);         \
-    }
+// The filters of both families, one and three channels.
+template <class T, int Ch>
+ZepStatus filter(const T* pSrc, int srcStep, T* pDst, int dstStep, ImageSize roi, zep::BorderValue<T, Ch> borderValue,
+                 const FilterGaussianSpec* pSpec, uint8_t* pBuffer) {
+    return gaussianBorder32<T, Ch>(pSrc, srcStep, pDst, dstStep, roi, zep::valueOf<T, Ch>(borderValue), pSpec,
+                                   pBuffer);
+}
+template <class T, int Ch>
+ZepStatus filterL(const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, ImageSizeL roi,
+                  zep::BorderValue<T, Ch> borderValue, const FilterGaussianSpec* pSpec, uint8_t* pBuffer) {
+    return gaussianL<T, Ch>(pSrc, srcStep, pDst, dstStep, roi, zep::valueOf<T, Ch>(borderValue), pSpec, pBuffer);
+}
 
-GAUSSIAN_EXPORTS(uint8_t, 8u)
-GAUSSIAN_EXPORTS(uint16_t, 16u)
-GAUSSIAN_EXPORTS(int16_t, 16s)
-GAUSSIAN_EXPORTS(float, 32f)
+}  // namespace
+
+#include "bind/filter/gaussian.inc"

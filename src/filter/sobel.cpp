@@ -51,10 +51,4 @@ ZepStatus genSobel(T* dst, int n, int order, int sign) {
 
 }  // namespace
 
-ZEP_EXPORT(zepiGenSobelKernel_16s)(int16_t* pDst, int kernelSize, int order, int sign) {
-    return genSobel(pDst, kernelSize, order, sign);
-}
-
-ZEP_EXPORT(zepiGenSobelKernel_32f)(float* pDst, int kernelSize, int order, int sign) {
-    return genSobel(pDst, kernelSize, order, sign);
-}
+#include "bind/filter/sobel.inc"

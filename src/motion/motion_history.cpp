@@ -1,23 +1,11 @@
-// Exported motion-history updates.
+// Exported motion-history updates: src/core/exports.txt binds each to the kernel.
 #include "motion/motion_history.h"
+
+namespace {
 
 using zep::Path;
 using zep::motion::updateHistoryImage;
 
-ZEP_EXPORT(zepiUpdateMotionHistory_8u32f_C1IR)
-(const uint8_t* pSilhouette, int silhStep, float* pMHI, int mhiStep, ImageSize roiSize, float timestamp,
- float duration) {
-    return updateHistoryImage<Path::vector>(pSilhouette, silhStep, pMHI, mhiStep, roiSize, timestamp, duration);
-}
+}  // namespace
 
-ZEP_EXPORT(zepiUpdateMotionHistory_16u32f_C1IR)
-(const uint16_t* pSilhouette, int silhStep, float* pMHI, int mhiStep, ImageSize roiSize, float timestamp,
- float duration) {
-    return updateHistoryImage<Path::vector>(pSilhouette, silhStep, pMHI, mhiStep, roiSize, timestamp, duration);
-}
-
-ZEP_EXPORT(zepiUpdateMotionHistory_32f_C1IR)
-(const float* pSilhouette, int silhStep, float* pMHI, int mhiStep, ImageSize roiSize, float timestamp,
- float duration) {
-    return updateHistoryImage<Path::vector>(pSilhouette, silhStep, pMHI, mhiStep, roiSize, timestamp, duration);
-}
+#include "bind/motion/motion_history.inc"

@@ -1,18 +1,21 @@
-// Exported pyramid level sizes and the pyramid record.
+// Exported pyramid level sizes and the pyramid record; src/core/exports.txt
+// binds each export to its entry here.
 #include "motion/pyramid.h"
 
 #include <algorithm>
 
+namespace {
+
 using zep::Checks;
 using namespace zep::pyramid;
 
-ZEP_EXPORT(zepiGetPyramidDownROI)(ImageSize srcRoi, ImageSize* pDstRoi, float rate) {
+ZepStatus pyramidDownRoi(ImageSize srcRoi, ImageSize* pDstRoi, float rate) {
     return Checks{}.notNull(pDstRoi).roi(srcRoi).fail(badRate(rate), zepStsBadArg).run([&] {
         *pDstRoi = downSize(srcRoi, rate);
     });
 }
 
-ZEP_EXPORT(zepiGetPyramidUpROI)(ImageSize srcRoi, ImageSize* pDstRoiMin, ImageSize* pDstRoiMax, float rate) {
+ZepStatus pyramidUpRoi(ImageSize srcRoi, ImageSize* pDstRoiMin, ImageSize* pDstRoiMax, float rate) {
     return Checks{}.notNull(pDstRoiMin, pDstRoiMax).roi(srcRoi).fail(badRate(rate), zepStsBadArg).run([&] {
         const Range w = upRange(srcRoi.width, rate), h = upRange(srcRoi.height, rate);
         *pDstRoiMin = {w.lo, h.lo};
@@ -22,7 +25,7 @@ ZEP_EXPORT(zepiGetPyramidUpROI)(ImageSize srcRoi, ImageSize* pDstRoiMin, ImageSi
 
 // The work buffer holds one ImageSize per level of the natural count, which
 // never passes max(width, height); sizes past 2^31 - 1 are held there.
-ZEP_EXPORT(zepiPyramidGetSize)(int* pPyrSize, int* pBufSize, int level, ImageSize roi, float rate) {
+ZepStatus pyramidGetSize(int* pPyrSize, int* pBufSize, int level, ImageSize roi, float rate) {
     return Checks{}
         .notNull(pPyrSize, pBufSize)
         .roi(roi)
@@ -35,8 +38,7 @@ ZEP_EXPORT(zepiPyramidGetSize)(int* pPyrSize, int* pBufSize, int level, ImageSiz
         });
 }
 
-ZEP_EXPORT(zepiPyramidInit)
-(Pyramid** ppPyr, int level, ImageSize roi, float rate, uint8_t* pPyrMem, uint8_t* pBuffer) {
+ZepStatus pyramidInit(Pyramid** ppPyr, int level, ImageSize roi, float rate, uint8_t* pPyrMem, uint8_t* pBuffer) {
     return Checks{}.notNull(ppPyr, pPyrMem, pBuffer).roi(roi).fail(badRate(rate) || level < 1, zepStsBadArg).run([&] {
         // Level sizes go to the work buffer while counting (it may be unaligned).
         std::memcpy(pBuffer, &roi, sizeof roi);
@@ -62,3 +64,7 @@ ZEP_EXPORT(zepiPyramidInit)
         *ppPyr = pyr;
     });
 }
+
+}  // namespace
+
+#include "bind/motion/pyramid.inc"

@@ -1,36 +1,37 @@
-// Exported extrema with positions: each binds its arguments to the one kernel.
+// Exported extrema with positions: src/core/exports.txt binds each to one of
+// these entries of the one kernel.
 #include "stats/min_max.h"
+
+namespace {
 
 using zep::Path;
 using zep::stats::minMaxImage;
 
-// The four forms (plain or masked, one channel or one of three) of one element type.
-#define MIN_MAX_EXPORTS(T, tname)                                                                                    \
-    ZEP_EXPORT(zepiMinMaxIndx_##tname##_C1R)                                                                         \
-    (const T* pSrc, int srcStep, ImageSize roiSize, float* pMinVal, float* pMaxVal, ImagePoint* pMinIndex,           \
-     ImagePoint* pMaxIndex) {                                                                                        \
-        return minMaxImage<Path::vector, T, 1, false>(pSrc, srcStep, nullptr, 0, roiSize, 0, pMinVal, pMaxVal,       \
-                                                      pMinIndex, pMaxIndex);                                         \
-    }                                                                                                                \
-    ZEP_EXPORT(zepiMinMaxIndx_##tname##_C3CR)                                                                        \
-    (const T* pSrc, int srcStep, ImageSize roiSize, int coi, float* pMinVal, float* pMaxVal, ImagePoint* pMinIndex,  \
-     ImagePoint* pMaxIndex) {                                                                                        \
-        return minMaxImage<Path::vector, T, 3, false>(pSrc, srcStep, nullptr, 0, roiSize, coi, pMinVal, pMaxVal,     \
-                                                      pMinIndex, pMaxIndex);                                         \
-    }                                                                                                                \
-    ZEP_EXPORT(zepiMinMaxIndx_##tname##_C1MR)                                                                        \
-    (const T* pSrc, int srcStep, const uint8_t* pMask, int maskStep, ImageSize roiSize, float* pMinVal,              \
-     float* pMaxVal, ImagePoint* pMinIndex, ImagePoint* pMaxIndex) {                                                 \
-        return minMaxImage<Path::vector, T, 1, true>(pSrc, srcStep, pMask, maskStep, roiSize, 0, pMinVal, pMaxVal,   \
-                                                     pMinIndex, pMaxIndex);                                          \
-    }                                                                                                                \
-    ZEP_EXPORT(zepiMinMaxIndx_##tname##_C3CMR)                                                                       \
-    (const T* pSrc, int srcStep, const uint8_t* pMask, int maskStep, ImageSize roiSize, int coi, float* pMinVal,     \
-     float* pMaxVal, ImagePoint* pMinIndex, ImagePoint* pMaxIndex) {                                                 \
-        return minMaxImage<Path::vector, T, 3, true>(pSrc, srcStep, pMask, maskStep, roiSize, coi, pMinVal, pMaxVal, \
-                                                     pMinIndex, pMaxIndex);                                          \
-    }
+template <class T>
+ZepStatus minMaxC1(const T* pSrc, int srcStep, ImageSize roi, float* pMinVal, float* pMaxVal, ImagePoint* pMinIndex,
+                   ImagePoint* pMaxIndex) {
+    return minMaxImage<Path::vector, T, 1, false>(pSrc, srcStep, nullptr, 0, roi, 0, pMinVal, pMaxVal, pMinIndex,
+                                                  pMaxIndex);
+}
+template <class T>
+ZepStatus minMaxC3C(const T* pSrc, int srcStep, ImageSize roi, int coi, float* pMinVal, float* pMaxVal,
+                    ImagePoint* pMinIndex, ImagePoint* pMaxIndex) {
+    return minMaxImage<Path::vector, T, 3, false>(pSrc, srcStep, nullptr, 0, roi, coi, pMinVal, pMaxVal, pMinIndex,
+                                                  pMaxIndex);
+}
+template <class T>
+ZepStatus minMaxC1M(const T* pSrc, int srcStep, const uint8_t* pMask, int maskStep, ImageSize roi, float* pMinVal,
+                    float* pMaxVal, ImagePoint* pMinIndex, ImagePoint* pMaxIndex) {
+    return minMaxImage<Path::vector, T, 1, true>(pSrc, srcStep, pMask, maskStep, roi, 0, pMinVal, pMaxVal, pMinIndex,
+                                                 pMaxIndex);
+}
+template <class T>
+ZepStatus minMaxC3CM(const T* pSrc, int srcStep, const uint8_t* pMask, int maskStep, ImageSize roi, int coi,
+                     float* pMinVal, float* pMaxVal, ImagePoint* pMinIndex, ImagePoint* pMaxIndex) {
+    return minMaxImage<Path::vector, T, 3, true>(pSrc, srcStep, pMask, maskStep, roi, coi, pMinVal, pMaxVal,
+                                                 pMinIndex, pMaxIndex);
+}
 
-MIN_MAX_EXPORTS(uint8_t, 8u)
-MIN_MAX_EXPORTS(uint16_t, 16u)
-MIN_MAX_EXPORTS(float, 32f)
+}  // namespace
+
+#include "bind/stats/min_max.inc"

@@ -30,8 +30,8 @@ bool hasAvx512() {
            __builtin_cpu_supports("avx512vl");
 }
 
-#define REQUIRE_AVX512()                                                                          \
-    if (!hasAvx512()) {                                                                           \
+#define REQUIRE_AVX512()                                                                         \
+    if (!hasAvx512()) {                                                                          \
         GTEST_SKIP() << "this processor lacks AVX-512 F/CD/BW/DQ/VL: no native instructions to " \
                         "compare the emulation with";                                            \
     }
@@ -43,12 +43,11 @@ void fillOperands(std::mt19937_64& rng, uint8_t* in, int flavour) {
                                    0x00000000u, 0x80000000u, 0x00000001u, 0x807fffffu, 0x3f000000u, 0xbf000000u,
                                    0x3fc00000u, 0xc0200000u, 0x4f000000u, 0xcf000000u, 0x4effffffu, 0xcf000001u,
                                    0x3f800000u, 0x4b400001u, 0x7f7fffffu, 0x4b000000u, 0x40c00000u, 0xc0c00000u};
-    static const uint64_t f64[] = {0x7ff8000000000000u, 0xfff8000000000000u, 0x7ff0000000000001u,
-                                   0x7ff0000000000000u, 0xfff0000000000000u, 0x0000000000000000u,
-                                   0x8000000000000000u, 0x0000000000000001u, 0x3fe0000000000000u,
-                                   0xbfe0000000000000u, 0x41dfffffffc00000u, 0xc1e0000000100000u,
-                                   0x41e0000000000000u, 0x3ff8000000000000u, 0x47efffffe0000000u,
-                                   0x36a0000000000000u, 0x4330000000000001u, 0x400c000000000000u};
+    static const uint64_t f64[] = {0x7ff8000000000000u, 0xfff8000000000000u, 0x7ff0000000000001u, 0x7ff0000000000000u,
+                                   0xfff0000000000000u, 0x0000000000000000u, 0x8000000000000000u, 0x0000000000000001u,
+                                   0x3fe0000000000000u, 0xbfe0000000000000u, 0x41dfffffffc00000u, 0xc1e0000000100000u,
+                                   0x41e0000000000000u, 0x3ff8000000000000u, 0x47efffffe0000000u, 0x36a0000000000000u,
+                                   0x4330000000000001u, 0x400c000000000000u};
     static const uint16_t i16[] = {0x0000, 0x0001, 0x007f, 0x0080, 0x00ff, 0x0100, 0x7fff,
                                    0x8000, 0x8001, 0xff7f, 0xff80, 0xffff, 0x7f00, 0x00fe};
     for (int i = 0; i < 192;) {
@@ -72,8 +71,8 @@ void fillOperands(std::mt19937_64& rng, uint8_t* in, int flavour) {
 
 std::string hex(const uint8_t* p, int n) {
     std::ostringstream s;
-    for (int i = 0; i < n; ++i) s << (i && i % 16 == 0 ? "\n  " : i % 4 == 0 ? " " : "") << std::hex
-                                  << (p[i] >> 4) << (p[i] & 15);
+    for (int i = 0; i < n; ++i)
+        s << (i && i % 16 == 0 ? "\n  " : i % 4 == 0 ? " " : "") << std::hex << (p[i] >> 4) << (p[i] & 15);
     return s.str();
 }
 
@@ -138,7 +137,8 @@ TEST(Emulation, EveryIntrinsicAgreesWithTheNativeInstruction) {
 TEST(Emulation, EveryIntrinsicTheKernelsUseHasACase) {
     std::set<std::string> cased;
     const IntrinsicTables t = emulatedIntrinsics();
-    for (size_t c = 0; c < t.caseCount; ++c) cased.insert(std::string(t.cases[c].name).substr(0, std::string(t.cases[c].name).find(' ')));
+    for (size_t c = 0; c < t.caseCount; ++c)
+        cased.insert(std::string(t.cases[c].name).substr(0, std::string(t.cases[c].name).find(' ')));
     std::set<std::string> missing;
     for (const auto& e : std::filesystem::recursive_directory_iterator(ZEPCV_SOURCE_DIR "/src")) {
         if (!e.is_regular_file() || e.path().filename() == "avx512_shim.h") continue;
@@ -151,8 +151,10 @@ TEST(Emulation, EveryIntrinsicTheKernelsUseHasACase) {
                                          std::isdigit(static_cast<unsigned char>(text[end])) || text[end] == '_'))
                 ++end;
             const std::string name = text.substr(at, end - at);
-            const bool intrinsic = name.rfind("_mm_", 0) == 0 || name.rfind("_mm256_", 0) == 0 || name.rfind("_mm512_", 0) == 0;
-            if (intrinsic && (at == 0 || !std::isalnum(static_cast<unsigned char>(text[at - 1]))) && !cased.count(name))
+            const bool intrinsic =
+                name.rfind("_mm_", 0) == 0 || name.rfind("_mm256_", 0) == 0 || name.rfind("_mm512_", 0) == 0;
+            if (intrinsic && (at == 0 || !std::isalnum(static_cast<unsigned char>(text[at - 1]))) &&
+                !cased.count(name))
                 missing.insert(name + " (" + e.path().filename().string() + ")");
         }
     }
@@ -163,7 +165,8 @@ TEST(Emulation, EveryIntrinsicTheKernelsUseHasACase) {
 // lanes end exactly at an inaccessible page.
 void runAtPageEnd(const MaskedAccessCase& c, const char* build) {
     const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-    auto* region = static_cast<uint8_t*>(mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    auto* region =
+        static_cast<uint8_t*>(mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
     ASSERT_NE(region, MAP_FAILED);
     ASSERT_EQ(mprotect(region + page, page, PROT_NONE), 0);
     for (int n = 0; n <= c.lanes; ++n) {

@@ -26,7 +26,7 @@ std::vector<std::string> listedExports() {
     for (std::string line; std::getline(in, line);) {
         line.erase(0, line.find_first_not_of(" \t"));
         line.erase(line.find_last_not_of(" \t\r") + 1);
-        if (!line.empty() && line[0] != '#') names.push_back(line);
+        if (!line.empty() && line[0] != '#') names.push_back(line.substr(0, line.find_first_of(" \t")));
     }
     return names;
 }

@@ -14,5 +14,6 @@ namespace {
 }  // namespace
 
 IntrinsicTables emulatedIntrinsics() {
-    return {kIntrinsicCases, sizeof kIntrinsicCases / sizeof *kIntrinsicCases, kMaskedAccessCases, sizeof kMaskedAccessCases / sizeof *kMaskedAccessCases, streamTo};
+    return {kIntrinsicCases, sizeof kIntrinsicCases / sizeof *kIntrinsicCases, kMaskedAccessCases,
+            sizeof kMaskedAccessCases / sizeof *kMaskedAccessCases, streamTo};
 }

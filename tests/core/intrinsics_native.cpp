@@ -13,5 +13,6 @@ namespace {
 }  // namespace
 
 IntrinsicTables nativeIntrinsics() {
-    return {kIntrinsicCases, sizeof kIntrinsicCases / sizeof *kIntrinsicCases, kMaskedAccessCases, sizeof kMaskedAccessCases / sizeof *kMaskedAccessCases, streamTo};
+    return {kIntrinsicCases, sizeof kIntrinsicCases / sizeof *kIntrinsicCases, kMaskedAccessCases,
+            sizeof kMaskedAccessCases / sizeof *kMaskedAccessCases, streamTo};
 }
