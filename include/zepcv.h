@@ -8,6 +8,13 @@
  * small, steps not a multiple of the element size, operation parameters, spec
  * identity, and in the _L functions the 32-bit overflow check. The first
  * failing check is returned and nothing is written.
+ *
+ * Sizes: every size query computes its byte counts in 64 bits. A size that
+ * does not fit its output (INT32_MAX for int outputs, INT64_MAX for the 64-bit
+ * outputs of the _L queries) is refused with zepStsSizeOverflow, after every
+ * other check, and nothing is written: no size is ever reported wrapped. An
+ * initialisation or operation given arguments whose sizes its query would
+ * refuse refuses them the same way, last, before it touches any memory.
  */
 #ifndef ZEPCV_H
 #define ZEPCV_H
@@ -53,7 +60,7 @@ enum {
     zepStsBadBorder = -225,         /* an unsupported border type */
     zepStsBadNormType = -229,       /* an unsupported norm-type code */
     zepStsBadFilterType = -230,     /* an unsupported derivative-kernel type */
-    zepStsSizeOverflow = -232,      /* an _L size or step at or above 0x7fffffff */
+    zepStsSizeOverflow = -232,      /* an _L size or step at or above 0x7fffffff, or a size past its output */
     zepStsInPlaceNotSupported = -9997, /* source and destination share memory */
     zepStsModeNotSupported = -9999  /* an unsupported mode or flag value */
 };

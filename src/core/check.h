@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <initializer_list>
 
+#include "core/buffer.h"
 #include "core/export.h"
 
 namespace zep {
@@ -50,23 +51,38 @@ public:
         return *this;
     }
 
+    // A size the query would report through an int (or, sizeFits64, an
+    // int64) that does not fit it: zepStsSizeOverflow.
+    constexpr Checks& sizeFits(Bytes size) { return fail(!size.fitsInt32(), zepStsSizeOverflow); }
+    constexpr Checks& sizeFits64(Bytes size) { return fail(!size.fitsInt64(), zepStsSizeOverflow); }
+
+    // A deliberate no-op: when it holds and nothing failed before, the call
+    // returns zepStsOk without running, whatever later checks would say.
+    constexpr Checks& quietIf(bool noOp) {
+        if (status_ == zepStsOk && noOp) quiet_ = true;
+        return *this;
+    }
+
     constexpr Checks& fail(bool failed, ZepStatus status) {
-        if (status_ == zepStsOk && failed) status_ = status;
+        if (status_ == zepStsOk && !quiet_ && failed) status_ = status;
         return *this;
     }
 
     constexpr ZepStatus status() const { return status_; }
+    // Whether the operation is to run: every check so far passed, and no no-op.
+    constexpr bool ok() const { return status_ == zepStsOk && !quiet_; }
 
     // Runs the operation when every check passed; returns the first failure otherwise.
     template <class F>
     ZepStatus run(F&& operation) const {
-        if (status_ != zepStsOk) return status_;
+        if (status_ != zepStsOk || quiet_) return status_;
         operation();
         return zepStsOk;
     }
 
 private:
     ZepStatus status_ = zepStsOk;
+    bool quiet_ = false;
 };
 
 }  // namespace zep

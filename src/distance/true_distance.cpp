@@ -7,8 +7,9 @@ using zep::Path;
 using zep::distance::trueDistanceImage;
 
 ZepStatus trueDistanceBufferSize(ImageSize roiSize, int* pBufferSize) {
-    return zep::Checks{}.notNull(pBufferSize).roi(roiSize).run([&] {
-        *pBufferSize = static_cast<int>(zep::distance::trueDistanceBufferBytes(roiSize));
+    const zep::Bytes size = zep::distance::trueDistanceBufferBytes(roiSize);
+    return zep::Checks{}.notNull(pBufferSize).roi(roiSize).sizeFits(size).run([&] {
+        *pBufferSize = static_cast<int>(size.value());
     });
 }
 

@@ -31,11 +31,12 @@ struct IntRows {
 // Column distance of a pixel without a zero in its column.
 constexpr int32_t kNoZero = INT32_MAX;
 
-// Work-buffer bytes: max(w4, h4) * 24 + 56, w4 and h4 rounded up to 4.
-inline int64_t trueDistanceBufferBytes(ImageSize roi) {
+// Work-buffer bytes: max(w4, h4) * 24 + 56, w4 and h4 rounded up to 4 (an
+// operation refuses, last, the sizes whose buffer its query refuses).
+inline Bytes trueDistanceBufferBytes(ImageSize roi) {
     const int64_t w4 = (int64_t{roi.width} + 3) & ~int64_t{3};
     const int64_t h4 = (int64_t{roi.height} + 3) & ~int64_t{3};
-    return std::max(w4, h4) * 24 + 56;
+    return Bytes{std::max(w4, h4)} * 24 + 56;
 }
 
 // g(y, x) into the destination rows as integers: down the columns, then up.
@@ -374,7 +375,7 @@ inline void trueDistanceVector(Rows<const uint8_t> src, Rows<float> dst, ImageSi
     const IntRows g{reinterpret_cast<uint8_t*>(dst.first), dst.step};
     rowDistances(src, g, roi);
     int32_t* entries = alignUp64<int32_t>(buffer);
-    const int64_t room = trueDistanceBufferBytes(roi) - (reinterpret_cast<uint8_t*>(entries) - buffer);
+    const int64_t room = trueDistanceBufferBytes(roi).value() - (reinterpret_cast<uint8_t*>(entries) - buffer);
     const int lanes = int64_t{roi.height} * 8 * 4 <= room ? 8 : 4;
     const bool wide = roi.width <= kIntSide && roi.height <= kIntSide;
     const int capacity = static_cast<int>(std::min<int64_t>(room / 64, roi.height));
@@ -413,6 +414,7 @@ ZepStatus trueDistanceImage(const uint8_t* src, int srcStep, float* dst, int dst
         .notNull(src, dst, buffer)
         .roi(roi)
         .steps({rowOf<uint8_t>(srcStep, roi.width), rowOf<float>(dstStep, roi.width)})
+        .sizeFits(trueDistanceBufferBytes(roi))
         .run([&] { trueDistance<P>(rows(src, srcStep), rows(dst, dstStep), roi, buffer); });
 }
 

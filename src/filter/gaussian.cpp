@@ -8,12 +8,11 @@
 
 namespace zep::filter {
 
-uint32_t gaussianBufferSize(uint32_t W, uint32_t H, uint32_t k, int dataType, int n) {
-    const uint32_t un = static_cast<uint32_t>(n);
-    const uint32_t h = H < k ? H : k;
-    const uint32_t L = ((W + k) * un + 7) & ~7u;
+Bytes gaussianBufferSize(int64_t W, int64_t H, int64_t k, int dataType, int n) {
+    const int64_t h = H < k ? H : k;
+    const Bytes L = ((Bytes{W} + k) * n).alignedTo(8);
     const bool c3 = n == 3;
-    uint32_t R = 0, C = 0;
+    Bytes R = 0, C = 0;
     switch (dataType) {
         case zep8u:
             R = c3 ? rowSize::u8s16C3(k) : rowSize::u8s16C1(k);
@@ -32,8 +31,10 @@ uint32_t gaussianBufferSize(uint32_t W, uint32_t H, uint32_t k, int dataType, in
             C = columnSize::f32(k);
             break;
     }
-    if (dataType == zep32f) return 4 * k * L + 32 + 4 * L * (h + k) + 64 + R + 32 + C + 32 + 8 * (h + k) + 32;
-    return 2 * L * (h + k) + 64 + 2 * (2 * L * (k / 2) + 16) + R + 32 + C + 32 + 8 * (H + k) + 32;
+    if (dataType == zep32f)
+        return Bytes{4} * k * L + 32 + Bytes{4} * L * (h + k) + 64 + R + 32 + C + 32 + Bytes{8} * (h + k) + 32;
+    return Bytes{2} * L * (h + k) + 64 + Bytes{2} * (Bytes{2} * L * (k / 2) + 16) + R + 32 + C + 32 +
+           Bytes{8} * (H + k) + 32;
 }
 
 void gaussianInit(void* spec, uint32_t k, float sigma, uint32_t borderType, int dataType, int channels) {
@@ -61,22 +62,27 @@ void gaussianInit(void* spec, uint32_t k, float sigma, uint32_t borderType, int 
 
 namespace {
 
-// Checks shared by both families after their pointer, step and size checks:
-// a spec that was never initialised (kernel size below 3 or even, or no
-// divisor; zeroed memory is the common case) is a no-op that returns
-// zepStsOk, so it is recognised before its border field is read; then the
-// spec's border type; then a spec of another data type
-// or channel count is not this filter's (zepStsBadContext). Sets `run`.
+// What a spec says of itself, read once the pointer checks have passed. A
+// spec that was never initialised (kernel size below 3 or even, or no
+// divisor; zeroed memory is the common case) makes the filter a no-op that
+// returns zepStsOk, so it is recognised before its border field is read;
+// then the border type must be one the filter accepts (zepStsBadBorder), and
+// a spec of another data type or channel count is not this filter's
+// (zepStsBadContext).
+struct SpecView {
+    GaussianHeader h{};
+    Border border{};
+    bool initialised = false, borderOk = false, ours = false;
+};
 template <class T, int Ch>
-ZepStatus specChecks(const void* pSpec, GaussianHeader& h, Border& border, bool& run) {
-    std::memcpy(&h, pSpec, sizeof h);
-    run = false;
-    const bool noDivisor = h.shift < 0 || h.shift > 30;
-    if (!gaussianKernelSize(static_cast<uint32_t>(h.kernelSize)) || noDivisor) return zepStsOk;
-    if (!gaussianBorder(h.borderType, border)) return zepStsBadBorder;
-    if (h.dataType != typeCode<T>() || h.channels != Ch) return zepStsBadContext;
-    run = true;
-    return zepStsOk;
+SpecView readSpec(const void* pSpec) {
+    SpecView v;
+    std::memcpy(&v.h, pSpec, sizeof v.h);
+    const bool divisor = v.h.shift >= 0 && v.h.shift <= 30;
+    v.initialised = gaussianKernelSize(static_cast<uint32_t>(v.h.kernelSize)) && divisor;
+    v.borderOk = !v.initialised || gaussianBorder(v.h.borderType, v.border);
+    v.ours = !v.initialised || (v.h.dataType == typeCode<T>() && v.h.channels == Ch);
+    return v;
 }
 
 // Whether the ring may hold the rows as floats: 16s rows, which the
@@ -104,46 +110,51 @@ void runFilter(const T* src, int64_t srcStep, T* dst, int64_t dstStep, int64_t W
 }
 
 // The 32-bit filters: pointers, spec, (C3) border value, steps (too small,
-// then not a multiple), ROI, then the spec's checks. Bands are min(H, k) rows.
+// then not a multiple), ROI, then the spec's checks, and last a buffer size
+// that the size query refuses. Bands are min(H, k) rows.
 template <class T, int Ch>
 ZepStatus gaussianBorder32(const T* pSrc, int srcStep, T* pDst, int dstStep, ImageSize roi, const T* value,
                            const void* pSpec, uint8_t* pBuffer) {
-    if (!pSrc || !pDst || !pBuffer) return zepStsNullPointer;
-    if (!pSpec) return zepStsNullPointer;
-    if (Ch == 3 && !value) return zepStsNullPointer;
-    const int64_t rowBytes = int64_t{roi.width} * Ch * int64_t(sizeof(T));
-    if (srcStep < rowBytes || dstStep < rowBytes) return zepStsBadStep;
-    if (srcStep % int(sizeof(T)) || dstStep % int(sizeof(T))) return zepStsStepNotMultiple;
-    if (roi.width < 1 || roi.height < 1) return zepStsBadSize;
-    GaussianHeader h{};
-    Border border{};
-    bool run = false;
-    if (const ZepStatus s = specChecks<T, Ch>(pSpec, h, border, run); s != zepStsOk || !run) return s;
-    const int64_t k = h.kernelSize;
-    // Ring rows start on cache lines when a buffer of the size the query reports
-    // has room for the padding (it has, but for the narrowest images). A ring
-    // of floats takes bands as tall as that buffer allows, down to one row.
-    const int64_t strip = roi.height < k ? roi.height : k;
-    const int64_t size =
-        gaussianBufferSize(uint32_t(roi.width), uint32_t(roi.height), uint32_t(k), typeCode<T>(), Ch);
-    GaussianLayout lay{};
-    auto fits = [&](int64_t rows, int64_t ringBytes, bool align) {
-        return gaussianLayout(pBuffer, roi.width, k, Ch, rows, ringBytes, sizeof(T), sizeof(T), false, align, lay) <=
-               size;
-    };
-    bool ringOfFloats = floatRing<T>(pSpec, int(k));
-    if (ringOfFloats) {
-        int64_t rows = strip;
-        while (rows > 0 && !fits(rows, 4, true)) --rows;
-        ringOfFloats = rows > 0;
-    }
-    if (!ringOfFloats && !fits(strip, sizeof(InterOf<T>), true) && !fits(strip, sizeof(InterOf<T>), false))
-        lay.widened = nullptr;  // the regions before it fit the reported size
-    runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, h, border, pSpec, lay, ringOfFloats);
-    return zepStsOk;
+    Checks checks;
+    checks.notNull(pSrc, pDst, pBuffer)
+        .notNull(pSpec)
+        .fail(Ch == 3 && !value, zepStsNullPointer)
+        .steps({rowOf<T>(srcStep, roi.width, Ch), rowOf<T>(dstStep, roi.width, Ch)})
+        .roi(roi);
+    const SpecView spec = checks.ok() ? readSpec<T, Ch>(pSpec) : SpecView{};
+    const int64_t k = spec.h.kernelSize;
+    const Bytes size = gaussianBufferSize(roi.width, roi.height, k, typeCode<T>(), Ch);
+    checks.quietIf(!spec.initialised)
+        .fail(!spec.borderOk, zepStsBadBorder)
+        .fail(!spec.ours, zepStsBadContext)
+        .sizeFits(size);
+    return checks.run([&] {
+        // Ring rows start on cache lines when a buffer of the size the query
+        // reports has room for the padding (it has, but for the narrowest
+        // images). A ring of floats takes bands as tall as that buffer allows,
+        // down to one row.
+        const int64_t strip = roi.height < k ? roi.height : k;
+        GaussianLayout lay{};
+        auto fits = [&](int64_t rows, int64_t ringBytes, bool align) {
+            Carve carve(pBuffer);
+            return gaussianLayout(carve, roi.width, k, Ch, rows, ringBytes, sizeof(T), sizeof(T), false, align, lay)
+                       .value() <= size.value();
+        };
+        bool ringOfFloats = floatRing<T>(pSpec, int(k));
+        if (ringOfFloats) {
+            int64_t rows = strip;
+            while (rows > 0 && !fits(rows, 4, true)) --rows;
+            ringOfFloats = rows > 0;
+        }
+        if (!ringOfFloats && !fits(strip, sizeof(InterOf<T>), true) && !fits(strip, sizeof(InterOf<T>), false))
+            lay.widened = nullptr;  // the parts before it fit the reported size
+        runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, spec.h, spec.border, pSpec, lay,
+                         ringOfFloats);
+    });
 }
 
 constexpr int64_t kOverflow = 0x7fffffff;
+inline bool beyond32(ImageSizeL roi) { return roi.width >= kOverflow || roi.height >= kOverflow; }
 
 // The 64-bit-size family's band height: up to 64 rows (at least k).
 inline int64_t stripOfL(int64_t H, int64_t k) { return H < (k > 64 ? k : 64) ? H : (k > 64 ? k : 64); }
@@ -152,63 +163,72 @@ inline int64_t stripOfL(int64_t H, int64_t k) { return H < (k > 64 ? k : 64) ? H
 int64_t ringBytesOf(int dataType) { return dataType == zep32f || dataType == zep16s ? 4 : 2; }
 int64_t elemBytesOf(int dataType) { return dataType == zep8u ? 1 : dataType == zep32f ? 4 : 2; }
 
-int64_t bufferSizeL(int64_t W, int64_t H, int64_t k, int dataType, int n) {
+Bytes bufferSizeL(int64_t W, int64_t H, int64_t k, int dataType, int n) {
+    Carve measure;
     GaussianLayout lay{};
-    return gaussianLayout(nullptr, W, k, n, stripOfL(H, k), ringBytesOf(dataType), elemBytesOf(dataType),
-                          elemBytesOf(dataType), true, true, lay) +
-           64;
+    return gaussianLayout(measure, W, k, n, stripOfL(H, k), ringBytesOf(dataType), elemBytesOf(dataType),
+                          elemBytesOf(dataType), true, true, lay);
 }
 
 // The _L filters: pointers, spec, (C3) border value, ROI, steps (too small,
-// then not a multiple), the spec's checks, and last the 32-bit overflow check.
+// then not a multiple), the spec's checks, then the 32-bit overflow check
+// (sizes and steps of 0x7fffffff and more) and a buffer size past INT64_MAX.
 // Destinations of 0x80000 bytes and more ask the cache size: bands are cut so
 // that the ring stays within half the cache, and destinations at least as
 // large as the cache are written with streaming stores.
 template <class T, int Ch>
 ZepStatus gaussianL(const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, ImageSizeL roi, const T* value,
                     const void* pSpec, uint8_t* pBuffer) {
-    if (!pSrc || !pDst || !pBuffer || !pSpec) return zepStsNullPointer;
-    if (Ch == 3 && !value) return zepStsNullPointer;
-    if (roi.width < 1 || roi.height < 1) return zepStsBadSize;
-    const int64_t rowBytes = roi.width * Ch * int64_t(sizeof(T));
-    if (srcStep < rowBytes || dstStep < rowBytes) return zepStsBadStep;
-    if (srcStep % int64_t(sizeof(T)) || dstStep % int64_t(sizeof(T))) return zepStsStepNotMultiple;
-    GaussianHeader h{};
-    Border border{};
-    bool run = false;
-    if (const ZepStatus s = specChecks<T, Ch>(pSpec, h, border, run); s != zepStsOk) return s;
-    if (roi.width >= kOverflow || roi.height >= kOverflow || srcStep >= kOverflow || dstStep >= kOverflow)
-        return zepStsSizeOverflow;
-    if (!run) return zepStsOk;
-    const int64_t k = h.kernelSize;
-    const bool ringOfFloats = floatRing<T>(pSpec, int(k));
-    const int64_t ringBytes = ringOfFloats ? 4 : int64_t(sizeof(InterOf<T>));
-    int64_t strip = stripOfL(roi.height, k);
-    bool stream = false;
-    const int64_t dstData = rowBytes * roi.height;
-    if (dstData >= 0x80000) {
-        int32_t cache = 0;
-        zepGetMaxCacheSizeB(&cache);
-        stream = cache > 0 && dstData >= cache;
-        const int64_t L = ((roi.width + k) * Ch + 7) & ~int64_t{7};
-        const int64_t fit = cache / 2 / (L * ringBytes) - (k - 1);
-        if (cache > 0 && fit < strip) strip = fit < 1 ? 1 : fit;
-    }
-    GaussianLayout lay{};
-    gaussianLayout(pBuffer, roi.width, k, Ch, strip, ringBytes, sizeof(T), sizeof(T), stream, true, lay);
-    runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, h, border, pSpec, lay, ringOfFloats);
-    return zepStsOk;
+    Checks checks;
+    checks.notNull(pSrc, pDst, pBuffer, pSpec)
+        .fail(Ch == 3 && !value, zepStsNullPointer)
+        .fail(roi.width < 1 || roi.height < 1, zepStsBadSize)
+        .steps({rowOf<T>(srcStep, roi.width, Ch), rowOf<T>(dstStep, roi.width, Ch)});
+    const SpecView spec = checks.ok() ? readSpec<T, Ch>(pSpec) : SpecView{};
+    const int64_t k = spec.h.kernelSize;
+    checks.fail(!spec.borderOk, zepStsBadBorder)
+        .fail(!spec.ours, zepStsBadContext)
+        .fail(beyond32(roi) || srcStep >= kOverflow || dstStep >= kOverflow, zepStsSizeOverflow)
+        .quietIf(!spec.initialised)
+        .sizeFits64(bufferSizeL(roi.width, roi.height, k, typeCode<T>(), Ch));
+    return checks.run([&] {
+        const int64_t rowBytes = roi.width * Ch * int64_t(sizeof(T));
+        const bool ringOfFloats = floatRing<T>(pSpec, int(k));
+        const int64_t ringBytes = ringOfFloats ? 4 : int64_t(sizeof(InterOf<T>));
+        int64_t strip = stripOfL(roi.height, k);
+        bool stream = false;
+        const int64_t dstData = rowBytes * roi.height;
+        if (dstData >= 0x80000) {
+            int32_t cache = 0;
+            zepGetMaxCacheSizeB(&cache);
+            stream = cache > 0 && dstData >= cache;
+            const int64_t L = ((roi.width + k) * Ch + 7) & ~int64_t{7};
+            const int64_t fit = cache / 2 / (L * ringBytes) - (k - 1);
+            if (cache > 0 && fit < strip) strip = fit < 1 ? 1 : fit;
+        }
+        GaussianLayout lay{};
+        Carve carve(pBuffer);
+        gaussianLayout(carve, roi.width, k, Ch, strip, ringBytes, sizeof(T), sizeof(T), stream, true, lay);
+        runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, spec.h, spec.border, pSpec, lay,
+                         ringOfFloats);
+    });
 }
 
 // Init's checks after the pointer checks and the size check.
-ZepStatus initParameterChecks(uint32_t k, float sigma, uint32_t borderType, int dataType, int n) {
-    if (!gaussianKernelSize(k)) return zepStsBadArg;
-    if (!gaussianDataType(dataType)) return zepStsBadDataType;
-    if (n != 1 && n != 3) return zepStsBadChannel;
-    if (!(sigma > 0.0f)) return zepStsBadArg;
+Checks& initParameterChecks(Checks& checks, uint32_t k, float sigma, uint32_t borderType, int dataType, int n) {
     Border b{};
-    if (!gaussianBorder(borderType, b)) return zepStsBadBorder;
-    return zepStsOk;
+    return checks.fail(!gaussianKernelSize(k), zepStsBadArg)
+        .fail(!gaussianDataType(dataType), zepStsBadDataType)
+        .fail(n != 1 && n != 3, zepStsBadChannel)
+        .fail(!(sigma > 0.0f), zepStsBadArg)
+        .fail(!gaussianBorder(borderType, b), zepStsBadBorder);
+}
+
+// The size query's checks after its pointer checks.
+Checks& sizeParameterChecks(Checks& checks, uint32_t k, int dataType, int n) {
+    return checks.fail(!gaussianKernelSize(k), zepStsBadArg)
+        .fail(!gaussianDataType(dataType), zepStsBadDataType)
+        .fail(n != 1 && n != 3, zepStsBadChannel);
 }
 
 }  // namespace
@@ -217,59 +237,59 @@ ZepStatus initParameterChecks(uint32_t k, float sigma, uint32_t borderType, int 
 namespace {
 
 using namespace zep::filter;
+using zep::Bytes;
+using zep::Checks;
 
+// Sizes and initialisations refuse, last, what does not fit their outputs
+// (spec and buffer sizes past INT32_MAX, or past INT64_MAX for _L).
 ZepStatus getBufferSize(ImageSize roi, uint32_t kernelSize, int dataType, int numChannels, int* pSpecSize,
                         int* pBufferSize) {
-    if (!pSpecSize || !pBufferSize) return zepStsNullPointer;
-    if (roi.width < 1 || roi.height < 1) return zepStsBadSize;
-    if (!gaussianKernelSize(kernelSize)) return zepStsBadArg;
-    if (!gaussianDataType(dataType)) return zepStsBadDataType;
-    if (numChannels != 1 && numChannels != 3) return zepStsBadChannel;
-    *pSpecSize = static_cast<int32_t>(gaussianSpecSize(kernelSize, dataType));
-    *pBufferSize = static_cast<int32_t>(gaussianBufferSize(
-        static_cast<uint32_t>(roi.width), static_cast<uint32_t>(roi.height), kernelSize, dataType, numChannels));
-    return zepStsOk;
+    const Bytes spec = gaussianSpecSize(kernelSize, dataType);
+    const Bytes buffer = gaussianBufferSize(roi.width, roi.height, kernelSize, dataType, numChannels);
+    Checks checks;
+    checks.notNull(pSpecSize, pBufferSize).roi(roi);
+    return sizeParameterChecks(checks, kernelSize, dataType, numChannels).sizeFits(spec).sizeFits(buffer).run([&] {
+        *pSpecSize = static_cast<int32_t>(spec.value());
+        *pBufferSize = static_cast<int32_t>(buffer.value());
+    });
 }
 
 ZepStatus initSpec(ImageSize roi, uint32_t kernelSize, float sigma, uint32_t borderType, int dataType,
                    int numChannels, FilterGaussianSpec* pSpec, uint8_t* pBuffer) {
-    if (!pSpec || !pBuffer) return zepStsNullPointer;
-    if (roi.width < 1 || roi.height < 1) return zepStsBadSize;
-    if (const ZepStatus s = initParameterChecks(kernelSize, sigma, borderType, dataType, numChannels); s != zepStsOk)
-        return s;
-    gaussianInit(pSpec, kernelSize, sigma, borderType, dataType, numChannels);
-    return zepStsOk;
+    Checks checks;
+    checks.notNull(pSpec, pBuffer).roi(roi);
+    return initParameterChecks(checks, kernelSize, sigma, borderType, dataType, numChannels)
+        .sizeFits(gaussianSpecSize(kernelSize, dataType))
+        .sizeFits(gaussianBufferSize(roi.width, roi.height, kernelSize, dataType, numChannels))
+        .run([&] { gaussianInit(pSpec, kernelSize, sigma, borderType, dataType, numChannels); });
 }
 
 ZepStatus getSpecSizeL(uint32_t kernelSize, int dataType, int numChannels, int64_t* pSpecSize) {
-    if (!pSpecSize) return zepStsNullPointer;
-    if (!gaussianKernelSize(kernelSize)) return zepStsBadArg;
-    if (!gaussianDataType(dataType)) return zepStsBadDataType;
-    if (numChannels != 1 && numChannels != 3) return zepStsBadChannel;
-    *pSpecSize = dataType == zep32f ? 32 * int64_t{kernelSize} + 32 : 16 * int64_t{kernelSize} + 36;
-    return zepStsOk;
+    Checks checks;
+    checks.notNull(pSpecSize);
+    return sizeParameterChecks(checks, kernelSize, dataType, numChannels).run([&] {
+        *pSpecSize = dataType == zep32f ? 32 * int64_t{kernelSize} + 32 : 16 * int64_t{kernelSize} + 36;
+    });
 }
 
 ZepStatus getBufferSizeL(ImageSizeL roi, uint32_t kernelSize, int dataType, int numChannels, int64_t* pBufferSize) {
-    if (!pBufferSize) return zepStsNullPointer;
-    if (roi.width < 1 || roi.height < 1) return zepStsBadSize;
-    if (!gaussianKernelSize(kernelSize)) return zepStsBadArg;
-    if (!gaussianDataType(dataType)) return zepStsBadDataType;
-    if (numChannels != 1 && numChannels != 3) return zepStsBadChannel;
-    if (roi.width >= kOverflow || roi.height >= kOverflow) return zepStsSizeOverflow;
-    *pBufferSize = bufferSizeL(roi.width, roi.height, kernelSize, dataType, numChannels);
-    return zepStsOk;
+    const Bytes buffer = bufferSizeL(roi.width, roi.height, kernelSize, dataType, numChannels);
+    Checks checks;
+    checks.notNull(pBufferSize).fail(roi.width < 1 || roi.height < 1, zepStsBadSize);
+    return sizeParameterChecks(checks, kernelSize, dataType, numChannels)
+        .fail(beyond32(roi), zepStsSizeOverflow)
+        .sizeFits64(buffer)
+        .run([&] { *pBufferSize = buffer.value(); });
 }
 
 ZepStatus initSpecL(ImageSizeL roi, uint32_t kernelSize, float sigma, uint32_t borderType, int dataType,
                     int numChannels, FilterGaussianSpec* pSpec) {
-    if (!pSpec) return zepStsNullPointer;
-    if (roi.width < 1 || roi.height < 1) return zepStsBadSize;
-    if (const ZepStatus s = initParameterChecks(kernelSize, sigma, borderType, dataType, numChannels); s != zepStsOk)
-        return s;
-    if (roi.width >= kOverflow || roi.height >= kOverflow) return zepStsSizeOverflow;
-    gaussianInit(pSpec, kernelSize, sigma, borderType, dataType, numChannels);
-    return zepStsOk;
+    Checks checks;
+    checks.notNull(pSpec).fail(roi.width < 1 || roi.height < 1, zepStsBadSize);
+    return initParameterChecks(checks, kernelSize, sigma, borderType, dataType, numChannels)
+        .fail(beyond32(roi), zepStsSizeOverflow)
+        .sizeFits64(bufferSizeL(roi.width, roi.height, kernelSize, dataType, numChannels))
+        .run([&] { gaussianInit(pSpec, kernelSize, sigma, borderType, dataType, numChannels); });
 }
 
 // The filters of both families, one and three channels.

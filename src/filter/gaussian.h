@@ -7,6 +7,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "core/buffer.h"
 #include "filter/pipeline.h"
 
 namespace zep::filter {
@@ -51,10 +52,12 @@ inline bool gaussianBorder(uint32_t type, Border& b) {
 }
 
 // Spec sizes: 16k + 36 for the integer types, 32k + 32 for 32f.
-inline uint32_t gaussianSpecSize(uint32_t k, int dataType) { return dataType == zep32f ? 32 * k + 32 : 16 * k + 36; }
+inline Bytes gaussianSpecSize(uint32_t k, int dataType) {
+    return dataType == zep32f ? Bytes{32} * k + 32 : Bytes{16} * k + 36;
+}
 
-// The work-buffer size of the 32-bit functions (32-bit arithmetic).
-uint32_t gaussianBufferSize(uint32_t W, uint32_t H, uint32_t k, int dataType, int n);
+// The work-buffer size of the 32-bit functions.
+Bytes gaussianBufferSize(int64_t W, int64_t H, int64_t k, int dataType, int n);
 
 // Writes the header and taps: g_i = exp(-(i^2) * (1 / (sigma * (sigma + sigma)))) in
 // single precision, S their sum in order, tap = g / S (32f) or
@@ -73,37 +76,26 @@ struct GaussianLayout {
     int16_t* widened;  // 8u C1: one source row widened to 16 bits with its border pixels (or null)
 };
 
-// The buffer regions for a W x H image of n channels with band height `strip`
-// (ring rows a whole number of cache lines apart if alignRows); single-channel
-// 8u sources (srcBytes 1) end with a row for their widened copy, which a caller
-// short of room may leave out (widened null) without moving the other regions.
-// Returns the bytes used from `buffer` (including the alignment of its start).
-inline int64_t gaussianLayout(uint8_t* buffer, int64_t W, int64_t k, int64_t n, int64_t strip, int64_t ringBytes,
-                              int64_t srcBytes, int64_t dstBytes, bool staging, bool alignRows, GaussianLayout& out) {
-    const int64_t L = ((W + k) * n + 7) & ~int64_t{7};
-    uint8_t* p = alignUp64(buffer);
+// The buffer's parts for a W x H image of n channels with band height `strip`
+// (ring rows a whole number of cache lines apart if alignRows): the ring, one
+// constant-border source row, the ring's row pointers, then optionally a
+// staging row for streamed output, and for single-channel 8u sources (srcBytes
+// 1) a row for their widened copy, which a caller short of room may leave out
+// (widened null) without moving the other parts. Returns the bytes used from
+// the carve's start.
+inline Bytes gaussianLayout(Carve& carve, int64_t W, int64_t k, int64_t n, int64_t strip, int64_t ringBytes,
+                            int64_t srcBytes, int64_t dstBytes, bool staging, bool alignRows, GaussianLayout& out) {
+    const Bytes L = ((Bytes{W} + k) * n).alignedTo(8);
+    const Bytes ringStep = alignRows ? (L * ringBytes).alignedTo(64) : L * ringBytes;
     out.strip = strip;
     out.ringRows = strip + k - 1;
-    out.ringStep = alignRows ? (L * ringBytes + 63) & ~int64_t{63} : L * ringBytes;
-    out.ring = p;
-    p = alignUp64(p + out.ringRows * out.ringStep);
-    out.constRow = p;
-    p = alignUp64(p + W * n * srcBytes);
-    out.rowPointers = reinterpret_cast<const void**>(p);
-    p += 8 * out.ringRows;
-    out.staging = nullptr;
-    if (staging) {
-        p = alignUp64(p);
-        out.staging = p;
-        p += W * n * dstBytes;
-    }
-    out.widened = nullptr;
-    if (srcBytes == 1 && n == 1) {
-        p = alignUp64(p);
-        out.widened = reinterpret_cast<int16_t*>(p);
-        p += L * 2;  // (W + k - 1) * n values at most
-    }
-    return p - buffer;
+    out.ringStep = ringStep.value();
+    out.ring = carve.take<uint8_t>(ringStep * out.ringRows);
+    out.constRow = carve.take<uint8_t>(Bytes{W} * n * srcBytes);
+    out.rowPointers = carve.take<const void*>(out.ringRows);
+    out.staging = staging ? carve.take<uint8_t>(Bytes{W} * n * dstBytes) : nullptr;
+    out.widened = srcBytes == 1 && n == 1 ? carve.take<int16_t>(L) : nullptr;  // (W + k - 1) * n values at most
+    return carve.size();
 }
 
 // Copies one row to memory with streaming stores for its 64-byte-aligned middle.

@@ -2,6 +2,8 @@
 // documented order, then the kernel. Shared by the exports and the tests.
 #pragma once
 
+#include "core/buffer.h"
+#include "core/check.h"
 #include "filter/pipeline.h"
 
 namespace zep::filter {
@@ -11,11 +13,12 @@ enum class DivisorCheck { none, early, late, earlyPositive };
 
 // Row pass: pointers, size, destination rows, border value (C3), kernel size,
 // anchor, source step, step multiple (16-bit and 32f sources), divisor (early
-// forms), border type, divisor (late forms).
+// forms), border type, divisor (late forms), and last a buffer size (of the
+// export's size query) past INT32_MAX.
 template <Path P, class Src, class Dst, class Tap, int Ch, DivisorCheck DC>
 ZepStatus rowPipeline(const Src* pSrc, int srcStep, Dst* const* ppDst, ImageSize roi, const Tap* pKernel,
                       int kernelSize, int xAnchor, uint32_t borderType, const Src* borderValue, int divisor,
-                      const uint8_t* pBuffer) {
+                      const uint8_t* pBuffer, Bytes bufferBytes = 0) {
     if (!pSrc || !ppDst || !pKernel || !pBuffer) return zepStsNullPointer;
     if (roi.width < 1 || roi.height < 1) return zepStsBadSize;
     for (int y = 0; y < roi.height; ++y)
@@ -31,6 +34,7 @@ ZepStatus rowPipeline(const Src* pSrc, int srcStep, Dst* const* ppDst, ImageSize
     if (!decodeBorder(borderType, 255, bases({zepBorderRepl, zepBorderMirror, zepBorderConst}), border))
         return zepStsBadBorder;
     if (DC == DivisorCheck::late && divisor == 0) return zepStsBadArg;
+    if (!bufferBytes.fitsInt32()) return zepStsSizeOverflow;
     const RowPass<Src, Tap> pass{pSrc, srcStep, roi, pKernel, kernelSize, xAnchor, border, borderValue, divisor};
     rowPass<P, Src, Dst, Tap, Ch>(pass, ppDst);
     return zepStsOk;
@@ -38,10 +42,11 @@ ZepStatus rowPipeline(const Src* pSrc, int srcStep, Dst* const* ppDst, ImageSize
 
 // Column pass: pointers, size, the source rows, kernel size, destination step
 // (against stepElements elements of Dst a pixel), step multiple, buffer,
-// divisor (integer forms).
+// divisor (integer forms), and last a buffer size past INT32_MAX.
 template <Path P, class Src, class Dst, class Tap, int Ch, bool HasDivisor>
 ZepStatus columnPipeline(const Src* const* ppSrc, Dst* pDst, int dstStep, ImageSize roi, const Tap* pKernel,
-                         int kernelSize, int divisor, const uint8_t* pBuffer, int stepChannels = Ch) {
+                         int kernelSize, int divisor, const uint8_t* pBuffer, int stepChannels = Ch,
+                         Bytes bufferBytes = 0) {
     if (!ppSrc || !pDst || !pKernel) return zepStsNullPointer;
     if (roi.width < 1 || roi.height < 1) return zepStsBadSize;
     const int64_t rowsRead = int64_t{roi.height} + kernelSize - 1;
@@ -52,44 +57,49 @@ ZepStatus columnPipeline(const Src* const* ppSrc, Dst* pDst, int dstStep, ImageS
     if (sizeof(Dst) > 1 && dstStep % int(sizeof(Dst)) != 0) return zepStsStepNotMultiple;
     if (!pBuffer) return zepStsNullPointer;
     if (HasDivisor && divisor == 0) return zepStsBadArg;
+    if (!bufferBytes.fitsInt32()) return zepStsSizeOverflow;
     const ColumnPass<Src, Tap> pass{ppSrc,   dstStep,    int64_t{roi.width} * Ch, roi.height,
                                     pKernel, kernelSize, HasDivisor ? divisor : 1};
     columnPass<P, Src, Dst, Tap>(pass, pDst);
     return zepStsOk;
 }
 
-// A size query: pointer, then width, height and kernel size; the formula in 32-bit arithmetic.
+// A size query: pointer, then width, height and kernel size, then a size
+// past INT32_MAX.
 template <class F>
 ZepStatus bufferSizeQuery(ImageSize roi, int kernelSize, int* pBufferSize, F formula) {
-    if (!pBufferSize) return zepStsNullPointer;
-    if (roi.width < 1 || roi.height < 1 || kernelSize < 1) return zepStsBadSize;
-    *pBufferSize = static_cast<int32_t>(formula(static_cast<uint32_t>(roi.width), static_cast<uint32_t>(kernelSize)));
-    return zepStsOk;
+    const Bytes size = formula(roi.width, kernelSize);
+    return Checks{}
+        .notNull(pBufferSize)
+        .fail(roi.width < 1 || roi.height < 1 || kernelSize < 1, zepStsBadSize)
+        .sizeFits(size)
+        .run([&] { *pBufferSize = static_cast<int32_t>(size.value()); });
 }
 
-// The row-pass buffer sizes (unsigned 32-bit arithmetic, wrapping like the int32 result).
+// The row-pass buffer sizes, of the kernel size.
 namespace rowSize {
-inline uint32_t u8s16C1(uint32_t k) { return 34 * k + 32 * (k / 4) + 66; }
-inline uint32_t u8s16C3(uint32_t k) { return 60 * k + 144; }
-inline uint32_t s16C1(uint32_t k) { return 48 * k + 112; }
-inline uint32_t s16C3(uint32_t k) { return 40 * k + 96; }
-inline uint32_t low16sC1(uint32_t k) { return 24 * k + 96; }
-inline uint32_t low16sC3(uint32_t k) { return 208 * k + 96; }
-inline uint32_t u16C1(uint32_t k) { return 64 * k + 96; }
-inline uint32_t u16C3(uint32_t k) { return 128 * k + 96; }
-inline uint32_t f32C1(uint32_t k) { return 96 * k + 96; }
-inline uint32_t f32C3(uint32_t k) { return 288 * k + 96; }
+inline Bytes u8s16C1(int64_t k) { return Bytes{34} * k + Bytes{32} * (k / 4) + 66; }
+inline Bytes u8s16C3(int64_t k) { return Bytes{60} * k + 144; }
+inline Bytes s16C1(int64_t k) { return Bytes{48} * k + 112; }
+inline Bytes s16C3(int64_t k) { return Bytes{40} * k + 96; }
+inline Bytes low16sC1(int64_t k) { return Bytes{24} * k + 96; }
+inline Bytes low16sC3(int64_t k) { return Bytes{208} * k + 96; }
+inline Bytes u16C1(int64_t k) { return Bytes{64} * k + 96; }
+inline Bytes u16C3(int64_t k) { return Bytes{128} * k + 96; }
+inline Bytes f32C1(int64_t k) { return Bytes{96} * k + 96; }
+inline Bytes f32C3(int64_t k) { return Bytes{288} * k + 96; }
 }  // namespace rowSize
 
-// The column-pass buffer sizes.
+// The column-pass buffer sizes, of the width (and the kernel size).
 namespace columnSize {
-inline uint32_t s16C1(uint32_t w) { return 12 * ((w + 3) & ~3u) + 64; }
-inline uint32_t s16C3(uint32_t w) { return 36 * ((w + 3) & ~3u) + 64; }
-inline uint32_t low16sC1(uint32_t w) { return 12 * ((w + 7) & ~7u) + 64; }
-inline uint32_t low16sC3(uint32_t w) { return 36 * ((w + 7) & ~7u) + 64; }
-inline uint32_t u16C1(uint32_t w, uint32_t k) { return 8 * ((w + 3) & ~3u) + 32 * k + 64; }
-inline uint32_t u16C3(uint32_t w, uint32_t k) { return 8 * ((3 * w + 3) & ~3u) + 32 * k + 64; }
-inline uint32_t f32(uint32_t k) { return 32 * k + 32; }
+inline int64_t roundUp(int64_t v, int64_t a) { return (v + a - 1) & -a; }
+inline Bytes s16C1(int64_t w) { return Bytes{12} * roundUp(w, 4) + 64; }
+inline Bytes s16C3(int64_t w) { return Bytes{36} * roundUp(w, 4) + 64; }
+inline Bytes low16sC1(int64_t w) { return Bytes{12} * roundUp(w, 8) + 64; }
+inline Bytes low16sC3(int64_t w) { return Bytes{36} * roundUp(w, 8) + 64; }
+inline Bytes u16C1(int64_t w, int64_t k) { return Bytes{8} * roundUp(w, 4) + Bytes{32} * k + 64; }
+inline Bytes u16C3(int64_t w, int64_t k) { return Bytes{8} * roundUp(3 * w, 4) + Bytes{32} * k + 64; }
+inline Bytes f32(int64_t k) { return Bytes{32} * k + 32; }
 }  // namespace columnSize
 
 }  // namespace zep::filter

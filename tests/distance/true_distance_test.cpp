@@ -98,6 +98,18 @@ TEST(TrueDistanceTransform, BufferSizeAndCheckOrder) {
     EXPECT_EQ(size({0, 3}, &n), zepStsBadSize);
     EXPECT_EQ(size({3, -1}, &n), zepStsBadSize);
     EXPECT_EQ(n, -1);
+    // The largest side whose size fits an int, and past it: refused, nothing
+    // written, and the transform refuses the same image before touching it.
+    EXPECT_EQ(zt::queried(size, ImageSize{89478480, 1}), 89478480 * 24 + 56);
+    for (const ImageSize big : {ImageSize{89478481, 1}, ImageSize{1, 178956971}, ImageSize{INT32_MAX, INT32_MAX}}) {
+        EXPECT_EQ(size(big, &n), zepStsSizeOverflow);
+        EXPECT_EQ(n, -1);
+    }
+    uint8_t pixel = 1;
+    float out = 0.0f, scratch[16];
+    EXPECT_EQ(zepiTrueDistanceTransform_8u32f_C1R(&pixel, 178956971, &out, 715827884, {178956971, 1},
+                                                  reinterpret_cast<uint8_t*>(scratch)),
+              zepStsSizeOverflow);
     // Source and destination null, buffer null, then the standard order.
     const zt::RoleImages img({{1, 1, 0}, {4, 1, 0}}, {5, 3});
     const zt::Canvas buffer = zt::bufferOf(8 * 24 + 56);

@@ -94,9 +94,14 @@ void expectRowAgrees(const char* name, RowFn<Src, Dst, Tap> exported, bool paire
                                  buffer);
                     };
                 };
-                ASSERT_TRUE(zt::agree(out, on(exported),
-                                      on(zep::filter::rowPipeline<Path::scalar, Src, Dst, Tap, Ch, DC>),
-                                      std::is_floating_point_v<Dst>))
+                ASSERT_TRUE(zt::agree(
+                    out, on(exported),
+                    on(RowFn<Src, Dst, Tap>([](const Src* s, int ss, Dst** d, ImageSize r, const Tap* t, int ks,
+                                               int a, uint32_t b, const Src* v, int dv, uint8_t* buf) {
+                        return zep::filter::rowPipeline<Path::scalar, Src, Dst, Tap, Ch, DC>(s, ss, d, r, t, ks, a, b,
+                                                                                             v, dv, buf);
+                    })),
+                    std::is_floating_point_v<Dst>))
                     << name << " w " << w << " k " << k << " anchor " << anchor << " border " << border << " divisor "
                     << divisor << " scale " << scale;
             }
