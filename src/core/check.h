@@ -43,6 +43,13 @@ public:
 
     constexpr Checks& roi(ImageSize size) { return fail(size.width < 1 || size.height < 1, zepStsBadSize); }
 
+    // A null among count row pointers; read only when every check so far passed.
+    template <class T>
+    Checks& rowPointers(T* const* rows, int64_t count) {
+        for (int64_t i = 0; ok() && i < count; ++i) fail(rows[i] == nullptr, zepStsNullPointer);
+        return *this;
+    }
+
     // A step below its row's bytes (negative steps included) is zepStsBadStep;
     // then a step that is not a multiple of its element is zepStsStepNotMultiple.
     constexpr Checks& steps(std::initializer_list<StepRule> rules) {

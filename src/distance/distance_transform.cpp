@@ -17,11 +17,11 @@ constexpr float kCosts32f[2][3][3] = {{{1.0f, 1.0f}, {1.0f, 2.0f}, {0.955f, 1.36
                                       {{1.0f, 1.0f, 2.0f}, {1.0f, 2.0f, 3.0f}, {1.0f, 1.4f, 2.1969f}}};
 constexpr int32_t kCosts32s[2][3][3] = {{{1, 1}, {1, 2}, {2, 3}}, {{1, 1, 2}, {1, 2, 3}, {5, 7, 11}}};
 
-// Null pointer, then the kernel size, then the norm.
+// (After what the caller checked first:) null pointer, then the kernel size,
+// then the norm.
 template <class T>
-ZepStatus standardCosts(int kerSize, int norm, T* out, const T (&table)[2][3][3]) {
-    return zep::Checks{}
-        .notNull(out)
+ZepStatus standardCosts(zep::Checks checks, int kerSize, int norm, T* out, const T (&table)[2][3][3]) {
+    return checks.notNull(out)
         .fail(kerSize != 3 && kerSize != 5, zepStsBadSize)
         .fail(norm < 0 || norm > 2, zepStsBadArg)
         .run([&] {
@@ -31,17 +31,17 @@ ZepStatus standardCosts(int kerSize, int norm, T* out, const T (&table)[2][3][3]
 }
 
 ZepStatus standardCosts32f(int kerSize, int norm, float* pMetrics) {
-    return standardCosts(kerSize, norm, pMetrics, kCosts32f);
+    return standardCosts({}, kerSize, norm, pMetrics, kCosts32f);
 }
 ZepStatus standardCosts32s(int kerSize, int norm, int32_t* pMetrics) {
-    return standardCosts(kerSize, norm, pMetrics, kCosts32s);
+    return standardCosts({}, kerSize, norm, pMetrics, kCosts32s);
 }
 
 // The code's remainder is checked first, then everything the 32f form checks.
 ZepStatus standardCostsOfCode(int maskType, float* pMetrics) {
     const int norm = maskType % 10;
-    if (norm < 0 || norm > 2) return zepStsBadArg;
-    return standardCosts(maskType / 10, norm, pMetrics, kCosts32f);
+    return standardCosts(zep::Checks{}.fail(norm < 0 || norm > 2, zepStsBadArg), maskType / 10, norm, pMetrics,
+                         kCosts32f);
 }
 
 }  // namespace

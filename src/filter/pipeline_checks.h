@@ -19,25 +19,27 @@ template <Path P, class Src, class Dst, class Tap, int Ch, DivisorCheck DC>
 ZepStatus rowPipeline(const Src* pSrc, int srcStep, Dst* const* ppDst, ImageSize roi, const Tap* pKernel,
                       int kernelSize, int xAnchor, uint32_t borderType, const Src* borderValue, int divisor,
                       const uint8_t* pBuffer, Bytes bufferBytes = 0) {
-    if (!pSrc || !ppDst || !pKernel || !pBuffer) return zepStsNullPointer;
-    if (roi.width < 1 || roi.height < 1) return zepStsBadSize;
-    for (int y = 0; y < roi.height; ++y)
-        if (!ppDst[y]) return zepStsNullPointer;
-    if (Ch == 3 && !borderValue) return zepStsNullPointer;
-    if (kernelSize < 1) return zepStsBadSize;
-    if (xAnchor < 0 || xAnchor >= kernelSize) return zepStsBadAnchor;
-    if (int64_t{srcStep} < int64_t{roi.width} * Ch * int64_t(sizeof(Src))) return zepStsBadStep;
-    if (sizeof(Src) > 1 && srcStep % int(sizeof(Src)) != 0) return zepStsStepNotMultiple;
-    if (DC == DivisorCheck::early && divisor == 0) return zepStsBadArg;
-    if (DC == DivisorCheck::earlyPositive && divisor < 1) return zepStsBadArg;
     Border border{};
-    if (!decodeBorder(borderType, 255, bases({zepBorderRepl, zepBorderMirror, zepBorderConst}), border))
-        return zepStsBadBorder;
-    if (DC == DivisorCheck::late && divisor == 0) return zepStsBadArg;
-    if (!bufferBytes.fitsInt32()) return zepStsSizeOverflow;
-    const RowPass<Src, Tap> pass{pSrc, srcStep, roi, pKernel, kernelSize, xAnchor, border, borderValue, divisor};
-    rowPass<P, Src, Dst, Tap, Ch>(pass, ppDst);
-    return zepStsOk;
+    const bool borderOk =
+        decodeBorder(borderType, 255, bases({zepBorderRepl, zepBorderMirror, zepBorderConst}), border);
+    return Checks{}
+        .notNull(pSrc, ppDst, pKernel, pBuffer)
+        .roi(roi)
+        .rowPointers(ppDst, roi.height)
+        .fail(Ch == 3 && !borderValue, zepStsNullPointer)
+        .fail(kernelSize < 1, zepStsBadSize)
+        .fail(xAnchor < 0 || xAnchor >= kernelSize, zepStsBadAnchor)
+        .steps({rowOf<Src>(srcStep, roi.width, Ch)})
+        .fail(DC == DivisorCheck::early && divisor == 0, zepStsBadArg)
+        .fail(DC == DivisorCheck::earlyPositive && divisor < 1, zepStsBadArg)
+        .fail(!borderOk, zepStsBadBorder)
+        .fail(DC == DivisorCheck::late && divisor == 0, zepStsBadArg)
+        .sizeFits(bufferBytes)
+        .run([&] {
+            const RowPass<Src, Tap> pass{pSrc,    srcStep, roi,         pKernel, kernelSize,
+                                         xAnchor, border,  borderValue, divisor};
+            rowPass<P, Src, Dst, Tap, Ch>(pass, ppDst);
+        });
 }
 
 // Column pass: pointers, size, the source rows, kernel size, destination step
@@ -47,21 +49,20 @@ template <Path P, class Src, class Dst, class Tap, int Ch, bool HasDivisor>
 ZepStatus columnPipeline(const Src* const* ppSrc, Dst* pDst, int dstStep, ImageSize roi, const Tap* pKernel,
                          int kernelSize, int divisor, const uint8_t* pBuffer, int stepChannels = Ch,
                          Bytes bufferBytes = 0) {
-    if (!ppSrc || !pDst || !pKernel) return zepStsNullPointer;
-    if (roi.width < 1 || roi.height < 1) return zepStsBadSize;
-    const int64_t rowsRead = int64_t{roi.height} + kernelSize - 1;
-    for (int64_t i = 0; i < rowsRead; ++i)
-        if (!ppSrc[i]) return zepStsNullPointer;
-    if (kernelSize < 1) return zepStsBadSize;
-    if (int64_t{dstStep} < int64_t{roi.width} * stepChannels * int64_t(sizeof(Dst))) return zepStsBadStep;
-    if (sizeof(Dst) > 1 && dstStep % int(sizeof(Dst)) != 0) return zepStsStepNotMultiple;
-    if (!pBuffer) return zepStsNullPointer;
-    if (HasDivisor && divisor == 0) return zepStsBadArg;
-    if (!bufferBytes.fitsInt32()) return zepStsSizeOverflow;
-    const ColumnPass<Src, Tap> pass{ppSrc,   dstStep,    int64_t{roi.width} * Ch, roi.height,
-                                    pKernel, kernelSize, HasDivisor ? divisor : 1};
-    columnPass<P, Src, Dst, Tap>(pass, pDst);
-    return zepStsOk;
+    return Checks{}
+        .notNull(ppSrc, pDst, pKernel)
+        .roi(roi)
+        .rowPointers(ppSrc, int64_t{roi.height} + kernelSize - 1)
+        .fail(kernelSize < 1, zepStsBadSize)
+        .steps({rowOf<Dst>(dstStep, roi.width, stepChannels)})
+        .notNull(pBuffer)
+        .fail(HasDivisor && divisor == 0, zepStsBadArg)
+        .sizeFits(bufferBytes)
+        .run([&] {
+            const ColumnPass<Src, Tap> pass{ppSrc,   dstStep,    int64_t{roi.width} * Ch, roi.height,
+                                            pKernel, kernelSize, HasDivisor ? divisor : 1};
+            columnPass<P, Src, Dst, Tap>(pass, pDst);
+        });
 }
 
 // A size query: pointer, then width, height and kernel size, then a size

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "core/check.h"
 #include "core/export.h"
 #include "core/simd.h"
 
@@ -38,15 +39,14 @@ void pass(T* k, int n) {
 
 template <class T>
 ZepStatus genSobel(T* dst, int n, int order, int sign) {
-    if (!dst) return zepStsNullPointer;
-    if (n < 1 || n % 2 == 0 || order < 0 || order >= n) return zepStsBadArg;
-    for (int j = 0; j < n; ++j) dst[j] = T(0);
-    dst[n - 1] = T(1);
-    for (int p = 0; p < n - order - 1; ++p) pass<T, true>(dst, n);
-    for (int p = 0; p < order; ++p) pass<T, false>(dst, n);
-    if (sign < 0)
-        for (int j = 0; j < n; ++j) dst[j] = static_cast<T>(-dst[j]);
-    return zepStsOk;
+    return zep::Checks{}.notNull(dst).fail(n < 1 || n % 2 == 0 || order < 0 || order >= n, zepStsBadArg).run([&] {
+        for (int j = 0; j < n; ++j) dst[j] = T(0);
+        dst[n - 1] = T(1);
+        for (int p = 0; p < n - order - 1; ++p) pass<T, true>(dst, n);
+        for (int p = 0; p < order; ++p) pass<T, false>(dst, n);
+        if (sign < 0)
+            for (int j = 0; j < n; ++j) dst[j] = static_cast<T>(-dst[j]);
+    });
 }
 
 }  // namespace
