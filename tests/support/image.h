@@ -1,7 +1,8 @@
 // Guarded test images: a region of interest placed at a chosen byte offset
-// inside mapped memory, with spare bytes in every row step and the last row
-// ending right before an inaccessible page, so that reading past the region
-// faults and writing past it shows in the guard bytes.
+// inside mapped memory, with spare bytes in every row step, between two
+// inaccessible pages: the last row ends right before the one after, or the
+// first byte starts right after the one before, so that reading past either
+// end faults and writing outside the region shows in the guard bytes.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,22 +24,31 @@ namespace zt {
 
 class Canvas {
 public:
+    // Which end of the used bytes abuts its inaccessible page (both ends have one).
+    enum class Edge { start, end, alternate };
+
     // lead: bytes before the first pixel; step: bytes between rows (>= rowBytes).
-    Canvas(int64_t rowBytes, int64_t height, int64_t step, int64_t lead)
+    // Canvases alternate between ending at the page after them and starting at
+    // the page before them, so that reads and writes past either end fault.
+    Canvas(int64_t rowBytes, int64_t height, int64_t step, int64_t lead, Edge edge = Edge::alternate)
         : rowBytes_(rowBytes), height_(height), step_(step) {
+        if (edge == Edge::alternate) edge = (nextEdge() ^= 1) ? Edge::start : Edge::end;
         const int64_t page = sysconf(_SC_PAGESIZE);
         const int64_t used = lead + step * (height - 1) + rowBytes;
         const int64_t dataPages = (used + page - 1) / page;
-        mapBytes_ = static_cast<size_t>((dataPages + 1) * page);
+        mapBytes_ = static_cast<size_t>((dataPages + 2) * page);
         void* m = mmap(nullptr, mapBytes_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (m == MAP_FAILED) throw std::runtime_error("mmap failed");
         map_ = static_cast<uint8_t*>(m);
-        mprotect(map_ + dataPages * page, static_cast<size_t>(page), PROT_NONE);
-        begin_ = map_ + dataPages * page - used;  // last row ends at the inaccessible page
+        mprotect(map_, static_cast<size_t>(page), PROT_NONE);
+        mprotect(map_ + (dataPages + 1) * page, static_cast<size_t>(page), PROT_NONE);
+        edge_ = edge;
+        begin_ = edge == Edge::start ? map_ + page : map_ + (dataPages + 1) * page - used;
         first_ = begin_ + lead;
         used_ = static_cast<size_t>(used);
     }
-    Canvas(const Canvas& other) : Canvas(other.rowBytes_, other.height_, other.step_, other.first_ - other.begin_) {
+    Canvas(const Canvas& other)
+        : Canvas(other.rowBytes_, other.height_, other.step_, other.first_ - other.begin_, other.edge_) {
         std::memcpy(begin_, other.begin_, used_);
     }
     Canvas& operator=(const Canvas&) = delete;
@@ -60,7 +70,13 @@ public:
     }
 
 private:
+    static int& nextEdge() {
+        thread_local int edge = 0;
+        return edge;
+    }
+
     int64_t rowBytes_, height_, step_;
+    Edge edge_ = Edge::end;
     size_t mapBytes_ = 0, used_ = 0;
     uint8_t* map_ = nullptr;
     uint8_t* begin_ = nullptr;
@@ -80,14 +96,22 @@ T randomValue(std::mt19937& rng, bool specials) {
         const uint32_t pick = rng() % 64;
         if (specials) {
             switch (pick) {
-                case 0: return std::numeric_limits<T>::quiet_NaN();
-                case 1: return std::numeric_limits<T>::infinity();
-                case 2: return -std::numeric_limits<T>::infinity();
-                case 3: return T(-0.0);
-                case 4: return T(0.0);
-                case 5: return std::numeric_limits<T>::denorm_min() * T(rng() % 1000);
-                case 6: return T(3.0e38) * (rng() % 2 ? T(1) : T(-1));
-                default: break;
+                case 0:
+                    return std::numeric_limits<T>::quiet_NaN();
+                case 1:
+                    return std::numeric_limits<T>::infinity();
+                case 2:
+                    return -std::numeric_limits<T>::infinity();
+                case 3:
+                    return T(-0.0);
+                case 4:
+                    return T(0.0);
+                case 5:
+                    return std::numeric_limits<T>::denorm_min() * T(rng() % 1000);
+                case 6:
+                    return T(3.0e38) * (rng() % 2 ? T(1) : T(-1));
+                default:
+                    break;
             }
         }
         return std::uniform_real_distribution<T>(T(-1000), T(1000))(rng);
