@@ -9,16 +9,14 @@
  *                        (zepiAdd_8u32f_C1IR, zepiAddWeighted_8u32f_C1IMR)
  *   motion_overlay.png   frame2 with the moving pixels painted red
  */
+#include <stb/stb_image.h>
+#include <stb/stb_image_write.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-
 #include <zepcv.h>
 
 #include "processor_check.h"
-
-#include <stb/stb_image.h>
-#include <stb/stb_image_write.h>
 
 static int save(const char* dir, const char* name, int w, int h, int channels, const uint8_t* pixels) {
     char path[4096];
@@ -47,8 +45,9 @@ int main(int argc, char** argv) {
 
 #if !ZEPCV_EMULATE_AVX512
     if (!zepcvProcessorHasAvx512()) {
-        fprintf(stderr, "this processor lacks AVX-512 F, CD, BW, DQ or VL, which libzepcv.so needs; "
-                        "build the emulated configuration (ZEPCV_EMULATE_AVX512=ON) to run it here\n");
+        fprintf(stderr,
+                "this processor lacks AVX-512 F, CD, BW, DQ or VL, which libzepcv.so needs; "
+                "build the emulated configuration (ZEPCV_EMULATE_AVX512=ON) to run it here\n");
         return 1;
     }
 #endif

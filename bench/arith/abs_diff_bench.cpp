@@ -1,7 +1,7 @@
 // Absolute differences beside cv::absdiff.
-#include <opencv2/core.hpp>
-
 #include <zepcv.h>
+
+#include <opencv2/core.hpp>
 
 #include "support/bench.h"
 

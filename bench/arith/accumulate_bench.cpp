@@ -1,8 +1,8 @@
 // Accumulations beside cv::accumulate, accumulateSquare, accumulateProduct,
 // accumulateWeighted and cv::addWeighted.
-#include <opencv2/imgproc.hpp>
-
 #include <zepcv.h>
+
+#include <opencv2/imgproc.hpp>
 
 #include "support/bench.h"
 

@@ -26,7 +26,8 @@ template <class T, class S>
 void reg(const char* name, int type, bool down, GetSize<T> getSize, Init<T, S> init, Run<T, S> run) {
     zb::registerExport(name, [=](int w, int h) {
         auto l = std::make_shared<Layer>();
-        const ImageSize src = down ? ImageSize{w, h} : ImageSize{w / 2, h / 2};
+        // Up: the source whose up range at rate 2 holds w x h, so odd sizes too.
+        const ImageSize src = down ? ImageSize{w, h} : ImageSize{(w + 1) / 2, (h + 1) / 2};
         const ImageSize dst = down ? ImageSize{(w + 1) / 2, (h + 1) / 2} : ImageSize{w, h};
         l->src = zb::randomMat(src.height, src.width, type);
         l->dst = cv::Mat(dst.height, dst.width, type);

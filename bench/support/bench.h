@@ -1,15 +1,14 @@
 // The benchmark harness: every export is timed beside OpenCV doing the same
-// job and beside memcpy of the same bytes, single-threaded, at three sizes.
+// job and beside memcpy of the same bytes, single-threaded, at four sizes.
 // bench/report.py turns the results into docs/performance.md.
 #pragma once
 
 #include <benchmark/benchmark.h>
 
-#include <opencv2/core.hpp>
-
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <opencv2/core.hpp>
 #include <string>
 
 namespace zb {
@@ -27,8 +26,8 @@ struct Job {
 using JobMaker = std::function<Job(int width, int height)>;
 
 // Registers "<name>/<impl>/<W>x<H>" for impl in zep, opencv, memcpy and the
-// three sizes. memcpy copies half the job's bytes, so that it reads and
-// writes as many bytes as the job moves.
+// four sizes (127x61, 640x480, 1920x1080, 3840x2160). memcpy copies half the
+// job's bytes, so that it reads and writes as many bytes as the job moves.
 void registerExport(const std::string& name, JobMaker make);
 
 // Runs `registrar` at static-initialisation time (one per bench file).

@@ -1,7 +1,7 @@
 // Border decoding and the mirror and replicate index rules shared by the filter families.
-#include <gtest/gtest.h>
-
 #include "core/border.h"
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -8,6 +8,7 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <zepcv.h>
 
 #include <algorithm>
 #include <cstring>
@@ -15,8 +16,6 @@
 #include <set>
 #include <string>
 #include <vector>
-
-#include <zepcv.h>
 
 namespace {
 
@@ -36,7 +35,7 @@ std::set<std::string> dynamicFunctions(const char* path) {
     std::set<std::string> out;
     const int fd = open(path, O_RDONLY);
     if (fd < 0) return out;
-    struct stat st{};
+    struct stat st {};
     fstat(fd, &st);
     void* map = mmap(nullptr, static_cast<size_t>(st.st_size), PROT_READ, MAP_PRIVATE, fd, 0);
     close(fd);
