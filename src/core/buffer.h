@@ -50,26 +50,27 @@ private:
 // start at any alignment. Over the caller's buffer it hands out the parts.
 class Carve {
 public:
-    Carve() : base_(nullptr), at_(63) {}
+    Carve() : base_(nullptr), lead_(63) {}
     explicit Carve(void* base)
         : base_(static_cast<uint8_t*>(base)),
-          at_(static_cast<int64_t>((64 - (reinterpret_cast<uintptr_t>(base) & 63)) & 63)) {}
+          lead_(static_cast<int64_t>((64 - (reinterpret_cast<uintptr_t>(base) & 63)) & 63)) {}
 
     // count elements of T on the next 64-byte boundary (null when measuring).
     template <class T>
     T* take(Bytes count) {
         at_ = at_.alignedTo(64);
-        T* p = base_ ? reinterpret_cast<T*>(base_ + at_.value()) : nullptr;
+        T* p = base_ ? reinterpret_cast<T*>(base_ + lead_ + at_.value()) : nullptr;
         at_ = at_ + count * Bytes{static_cast<int64_t>(sizeof(T))};
         return p;
     }
 
     // Bytes from the buffer's start to the end of the last part.
-    Bytes size() const { return at_; }
+    Bytes size() const { return Bytes{lead_} + at_; }
 
 private:
     uint8_t* base_;
-    Bytes at_;
+    int64_t lead_;  // from the start to the first 64-byte boundary (63 when measuring)
+    Bytes at_ = 0;  // from that boundary
 };
 
 }  // namespace zep
