@@ -2,6 +2,10 @@
 // binds each to one of these entries of the checked passes.
 #include "filter/pipeline_checks.h"
 
+namespace zep::filter {
+ZEP_SHARED_PASSES()
+}  // namespace zep::filter
+
 namespace {
 
 using zep::BorderValue;

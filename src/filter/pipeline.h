@@ -1011,4 +1011,27 @@ void columnPass(const ColumnPass<Src, Tap>& p, Dst* dst) {
     run.template operator()<0>();
 }
 
+// The passes that both the pipeline exports and the Gaussian filter run are
+// compiled once, in pipeline.cpp (programs outside the library that include
+// this header compile their own).
+#define ZEP_SHARED_PASSES(X)                                                                                    \
+    X template void rowPass<Path::vector, uint8_t, int16_t, int16_t, 1>(const RowPass<uint8_t, int16_t>&,       \
+                                                                        int16_t* const*);                       \
+    X template void rowPass<Path::vector, uint8_t, int16_t, int16_t, 3>(const RowPass<uint8_t, int16_t>&,       \
+                                                                        int16_t* const*);                       \
+    X template void rowPass<Path::vector, int16_t, int16_t, int16_t, 1>(const RowPass<int16_t, int16_t>&,       \
+                                                                        int16_t* const*);                       \
+    X template void rowPass<Path::vector, int16_t, int16_t, int16_t, 3>(const RowPass<int16_t, int16_t>&,       \
+                                                                        int16_t* const*);                       \
+    X template void rowPass<Path::vector, float, float, float, 1>(const RowPass<float, float>&, float* const*); \
+    X template void rowPass<Path::vector, float, float, float, 3>(const RowPass<float, float>&, float* const*); \
+    X template void columnPass<Path::vector, int16_t, uint8_t, int16_t>(const ColumnPass<int16_t, int16_t>&,    \
+                                                                        uint8_t*);                              \
+    X template void columnPass<Path::vector, int16_t, int16_t, int16_t>(const ColumnPass<int16_t, int16_t>&,    \
+                                                                        int16_t*);                              \
+    X template void columnPass<Path::vector, float, float, float>(const ColumnPass<float, float>&, float*);
+#if ZEPCV_BUILDING_LIBRARY
+ZEP_SHARED_PASSES(extern)
+#endif
+
 }  // namespace zep::filter
