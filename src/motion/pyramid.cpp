@@ -24,17 +24,19 @@ ZepStatus pyramidUpRoi(ImageSize srcRoi, ImageSize* pDstRoiMin, ImageSize* pDstR
 }
 
 // The work buffer holds one ImageSize per level of the natural count, which
-// never passes max(width, height); sizes past 2^31 - 1 are held there.
+// never passes max(width, height); a buffer size past INT32_MAX is refused.
 ZepStatus pyramidGetSize(int* pPyrSize, int* pBufSize, int level, ImageSize roi, float rate) {
+    const zep::Bytes buffer = zep::Bytes{8} * std::max(roi.width, roi.height);
     return Checks{}
         .notNull(pPyrSize, pBufSize)
         .roi(roi)
         .fail(level < 1, zepStsBadArg)
         .fail(badRate(rate), zepStsBadArg)
+        .sizeFits(buffer)
         .run([&] {
             const int32_t levels = countLevels(roi, rate, level, [](int32_t, ImageSize) {});
             *pPyrSize = held32(52 * int64_t{levels} + 152);
-            *pBufSize = held32(8 * int64_t{std::max(roi.width, roi.height)});
+            *pBufSize = static_cast<int32_t>(buffer.value());
         });
 }
 

@@ -43,6 +43,13 @@ TEST(PyramidSizes, RateTwoLevelsOf640x480) {
     EXPECT_EQ(pyramidSizes(100, {640, 480}, 2.0f), std::to_string(52 * 10 + 152) + " " + std::to_string(8 * 640))
         << "clamped to the natural count, not refused";
     EXPECT_EQ(pyramidSizes(3, {640, 480}, 2.0f), std::to_string(52 * 3 + 152) + " " + std::to_string(8 * 640));
+    // The work buffer at the edge of an int, and past it: refused, nothing written.
+    EXPECT_EQ(pyramidSizes(1, {268435455, 1}, 2.0f), std::to_string(52 * 1 + 152) + " 2147483640");
+    int pyr = -1, buf = -1;
+    EXPECT_EQ(zepiPyramidGetSize(&pyr, &buf, 1, {1, 268435456}, 2.0f), zepStsSizeOverflow);
+    EXPECT_EQ(zepiPyramidGetSize(&pyr, &buf, 1, {INT32_MAX, INT32_MAX}, 2.0f), zepStsSizeOverflow);
+    EXPECT_EQ(pyr, -1);
+    EXPECT_EQ(buf, -1);
 }
 
 // The source always lies in the up range of its down size, and since the up
