@@ -23,18 +23,6 @@ inline T absDiffPixel(T a, T b) {
     }
 }
 
-// The same on one 64-byte block.
-template <class T>
-inline __m512i absDiffBlock(__m512i a, __m512i b) {
-    if constexpr (std::is_same_v<T, uint8_t>) {
-        return _mm512_sub_epi8(_mm512_max_epu8(a, b), _mm512_min_epu8(a, b));
-    } else if constexpr (std::is_same_v<T, uint16_t>) {
-        return _mm512_sub_epi16(_mm512_max_epu16(a, b), _mm512_min_epu16(a, b));
-    } else {
-        return _mm512_castps_si512(_mm512_abs_ps(_mm512_sub_ps(_mm512_castsi512_ps(a), _mm512_castsi512_ps(b))));
-    }
-}
-
 template <Path P, class T>
 void absDiffRows(Rows<const T> a, Rows<const T> b, Rows<T> dst, int rowElements, int height) {
     const Store store = storeFor(int64_t{rowElements} * static_cast<int64_t>(sizeof(T)), height);
@@ -43,7 +31,7 @@ void absDiffRows(Rows<const T> a, Rows<const T> b, Rows<T> dst, int rowElements,
         const T* rb = b[y];
         mapRow<P>(
             rowElements, dst[y], store,
-            [&](int x) { return absDiffBlock<T>(simd::load512(ra + x), simd::load512(rb + x)); },
+            [&](int x) { return simd::absDiff<T>(simd::load(ra + x), simd::load(rb + x)); },
             [&](int x) { return absDiffPixel(ra[x], rb[x]); });
     }
     finishStores(store);
@@ -89,24 +77,17 @@ inline T absDiffConstPixel(T src, V value, int x, int width) {
 // The vector blocks cover the low-bits part of each row only.
 template <Path P, class T, class V>
 void absDiffConstRows(Rows<const T> src, Rows<T> dst, ImageSize roi, V value) {
-    __m512i constant;
+    // Integers take value's low bits.
+    const simd::Vec<T> constant = simd::splat(static_cast<T>(value));
     int lowBitsPart = roi.width;
-    if constexpr (std::is_same_v<T, uint8_t>) {
-        constant = _mm512_set1_epi8(static_cast<char>(value));
-        lowBitsPart -= roi.width % 4;
-    } else if constexpr (std::is_same_v<T, uint16_t>) {
-        constant = _mm512_set1_epi16(static_cast<short>(value));
-        lowBitsPart -= roi.width % 2;
-    } else {
-        constant = _mm512_castps_si512(_mm512_set1_ps(value));
-    }
+    if constexpr (!std::is_floating_point_v<T>) lowBitsPart -= roi.width % (sizeof(T) == 1 ? 4 : 2);
     const Store store = storeFor(int64_t{roi.width} * static_cast<int64_t>(sizeof(T)), roi.height);
     for (int y = 0; y < roi.height; ++y) {
         const T* rs = src[y];
         T* rd = dst[y];
         auto pixel = [&](int x) { return absDiffConstPixel(rs[x], value, x, roi.width); };
         mapRow<P>(
-            lowBitsPart, rd, store, [&](int x) { return absDiffBlock<T>(simd::load512(rs + x), constant); }, pixel);
+            lowBitsPart, rd, store, [&](int x) { return simd::absDiff<T>(simd::load(rs + x), constant); }, pixel);
         for (int x = lowBitsPart; x < roi.width; ++x) rd[x] = pixel(x);
     }
     finishStores(store);

@@ -66,8 +66,8 @@ void accumulateRows(Rows<const Src> a, Rows<const Src> b, Rows<const uint8_t> ma
                 const __m512 va = simd::loadAsFloat(rowA + x);
                 const __m512 vb = Op == Acc::product ? simd::loadAsFloat(rowB + x) : va;
                 __m512 factor = _mm512_setzero_ps();
-                if constexpr (Masked) factor = simd::unitWhere(simd::nonzeroLanes16(rowM + x));
-                return accumulateBlock<Op, Masked>(_mm512_loadu_ps(in + x), va, vb, factor, alphaV);
+                if constexpr (Masked) factor = simd::unitWhere(simd::nonzeroLanes<16>(rowM + x));
+                return accumulateBlock<Op, Masked>(simd::load(in + x), va, vb, factor, alphaV);
             },
             [&](int x) {
                 const float va = static_cast<float>(rowA[x]);

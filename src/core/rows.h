@@ -1,4 +1,6 @@
-// Row walkers shared by the element-wise kernels.
+// Row walkers shared by the element-wise kernels, always inlined into the
+// kernel's row loop, so that the block and pixel functions it passes (and the
+// row pointers they capture) stay in registers.
 //
 // walkRow: whole vector blocks of `Lanes` elements, two per round, then the
 // kernel's scalar definition for the rest of the row. The scalar path runs the
@@ -21,7 +23,7 @@
 namespace zep {
 
 template <Path P, int Lanes, class Block, class Pixel>
-inline void walkRow(int width, Block&& block, Pixel&& pixel) {
+[[gnu::always_inline]] inline void walkRow(int width, Block&& block, Pixel&& pixel) {
     int x = 0;
     if constexpr (P == Path::vector) {
         for (; x + 2 * Lanes <= width; x += 2 * Lanes) {
@@ -65,7 +67,7 @@ inline void storeBlock(void* p, __m512i v, bool streaming) {
 // dst[x] = pixel(x) for x in [0, count), 64 bytes of results at a time from
 // block(x) on the vector path.
 template <Path P, class T, class Block, class Pixel>
-inline void mapRow(int count, T* dst, Store store, Block&& block, Pixel&& pixel) {
+[[gnu::always_inline]] inline void mapRow(int count, T* dst, Store store, Block&& block, Pixel&& pixel) {
     constexpr int lanes = 64 / static_cast<int>(sizeof(T));
     int x = 0;
     if constexpr (P == Path::vector) {

@@ -25,22 +25,10 @@ struct None {};
 template <class T>
 constexpr bool isNone = std::is_same_v<T, None>;
 
-// Fills n elements with v: whole vectors, then a masked store.
+// Fills a row of a table; the absent square table has none.
 template <class T>
 inline void fillRow(T* row, int64_t n, T v) {
-    if constexpr (!isNone<T>) {
-        constexpr int lanes = 64 / sizeof(T);
-        int64_t x = 0;
-        if constexpr (sizeof(T) == 4) {
-            const __m512i pattern = _mm512_set1_epi32(std::bit_cast<int32_t>(v));
-            for (; x + lanes <= n; x += lanes) simd::store512(row + x, pattern);
-            _mm512_mask_storeu_epi32(row + x, simd::firstLanes16(static_cast<int>(n - x)), pattern);
-        } else {
-            const __m512i pattern = _mm512_set1_epi64(std::bit_cast<int64_t>(v));
-            for (; x + lanes <= n; x += lanes) simd::store512(row + x, pattern);
-            _mm512_mask_storeu_epi64(row + x, static_cast<__mmask8>((1u << (n - x)) - 1u), pattern);
-        }
-    }
+    if constexpr (!isNone<T>) simd::fill(row, n, v);
 }
 
 // ---------------------------------------------------------------------------
@@ -140,16 +128,6 @@ inline __m512 prefix16(__m512 v) {
     return v;
 }
 
-// The register type of a sum table's elements.
-template <class S>
-struct VecOf {
-    using type = __m512i;
-};
-template <>
-struct VecOf<float> {
-    using type = __m512;
-};
-
 inline __m512i lastLane(__m512i v) { return _mm512_permutexvar_epi32(_mm512_set1_epi32(15), v); }
 inline __m512 lastLane(__m512 v) { return _mm512_permutexvar_ps(_mm512_set1_epi32(15), v); }
 
@@ -165,41 +143,36 @@ void uprightRow(const Src* src, const S* above, S* out, const Q* aboveQ, Q* outQ
     int x = 0;
     if constexpr (P == Path::vector) {
         if (width >= 16) {
-            typename VecOf<S>::type cs;
-            if constexpr (std::is_same_v<S, float>)
-                cs = _mm512_setzero_ps();
-            else
-                cs = _mm512_setzero_si512();
+            simd::Vec<S> cs = simd::splat(S(0));
             __m512i cq = _mm512_setzero_si512();
             __m512d cqd = _mm512_setzero_pd();
             for (; x + 16 <= width; x += 16) {
                 __m512i pix;
-                if constexpr (std::is_same_v<Src, uint8_t>)
-                    pix = _mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src + x)));
+                if constexpr (std::is_same_v<Src, uint8_t>) pix = simd::loadAsInt32(src + x);
                 if constexpr (std::is_same_v<S, int32_t>) {
                     const __m512i s = _mm512_add_epi32(prefix16(pix), cs);
                     cs = lastLane(s);
-                    simd::store512(out + x + 1, _mm512_add_epi32(simd::load512(above + x + 1), s));
+                    simd::store(out + x + 1, _mm512_add_epi32(simd::load(above + x + 1), s));
                 } else if constexpr (std::is_same_v<Src, uint8_t>) {
                     const __m512 s = _mm512_add_ps(cs, _mm512_cvtepi32_ps(prefix16(pix)));
                     cs = lastLane(s);
-                    _mm512_storeu_ps(out + x + 1, _mm512_add_ps(_mm512_loadu_ps(above + x + 1), s));
+                    simd::store(out + x + 1, _mm512_add_ps(simd::load(above + x + 1), s));
                 } else {
-                    const __m512 s = _mm512_add_ps(cs, prefix16(_mm512_loadu_ps(src + x)));
+                    const __m512 s = _mm512_add_ps(cs, prefix16(simd::load(src + x)));
                     cs = lastLane(s);
-                    _mm512_storeu_ps(out + x + 1, _mm512_add_ps(_mm512_loadu_ps(above + x + 1), s));
+                    simd::store(out + x + 1, _mm512_add_ps(simd::load(above + x + 1), s));
                 }
                 if constexpr (std::is_same_v<Q, int32_t>) {
                     const __m512i q = _mm512_add_epi32(prefix16(_mm512_mullo_epi32(pix, pix)), cq);
                     cq = lastLane(q);
-                    simd::store512(outQ + x + 1, _mm512_add_epi32(simd::load512(aboveQ + x + 1), q));
+                    simd::store(outQ + x + 1, _mm512_add_epi32(simd::load(aboveQ + x + 1), q));
                 } else if constexpr (std::is_same_v<Q, double>) {
                     const __m512i q = prefix16(_mm512_mullo_epi32(pix, pix));
-                    const __m512d lo = _mm512_add_pd(cqd, _mm512_cvtepi32_pd(_mm512_castsi512_si256(q)));
-                    const __m512d hi = _mm512_add_pd(cqd, _mm512_cvtepi32_pd(_mm512_extracti64x4_epi64(q, 1)));
+                    const __m512d lo = _mm512_add_pd(cqd, simd::halfToDouble<0>(q));
+                    const __m512d hi = _mm512_add_pd(cqd, simd::halfToDouble<1>(q));
                     cqd = _mm512_permutexvar_pd(_mm512_set1_epi64(7), hi);
-                    _mm512_storeu_pd(outQ + x + 1, _mm512_add_pd(_mm512_loadu_pd(aboveQ + x + 1), lo));
-                    _mm512_storeu_pd(outQ + x + 9, _mm512_add_pd(_mm512_loadu_pd(aboveQ + x + 9), hi));
+                    simd::store(outQ + x + 1, _mm512_add_pd(simd::load(aboveQ + x + 1), lo));
+                    simd::store(outQ + x + 9, _mm512_add_pd(simd::load(aboveQ + x + 9), hi));
                 }
             }
             if constexpr (std::is_same_v<S, float>)
@@ -252,8 +225,8 @@ void tiltedRow(const uint8_t* s, const T* up2, const T* up1, T* out, int width) 
     int c = 1;
     if constexpr (P == Path::vector) {
         for (; c + 16 <= width; c += 16) {
-            __m512i a = _mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + c - 1)));
-            __m512i b = _mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + c)));
+            __m512i a = simd::loadAsInt32(s + c - 1);
+            __m512i b = simd::loadAsInt32(s + c);
             if constexpr (Square) {
                 a = _mm512_mullo_epi32(a, a);
                 b = _mm512_mullo_epi32(b, b);
@@ -261,32 +234,30 @@ void tiltedRow(const uint8_t* s, const T* up2, const T* up1, T* out, int width) 
             const __m512i pixels = _mm512_add_epi32(a, b);
             if constexpr (std::is_same_v<T, int32_t>) {
                 const __m512i v = _mm512_add_epi32(
-                    _mm512_sub_epi32(_mm512_add_epi32(simd::load512(up1 + c - 1), simd::load512(up1 + c + 1)),
-                                     simd::load512(up2 + c)),
+                    _mm512_sub_epi32(_mm512_add_epi32(simd::load(up1 + c - 1), simd::load(up1 + c + 1)),
+                                     simd::load(up2 + c)),
                     pixels);
-                simd::store512(out + c, v);
+                simd::store(out + c, v);
             } else if constexpr (std::is_same_v<T, float>) {
-                auto half = [&](int o, __m256i px) {
-                    const __m512d l = _mm512_cvtps_pd(_mm256_loadu_ps(up1 + c - 1 + o));
-                    const __m512d r = _mm512_cvtps_pd(_mm256_loadu_ps(up1 + c + 1 + o));
-                    const __m512d u = _mm512_cvtps_pd(_mm256_loadu_ps(up2 + c + o));
-                    const __m512d v = _mm512_add_pd(_mm512_sub_pd(_mm512_add_pd(l, r), u), _mm512_cvtepi32_pd(px));
-                    return _mm512_cvtpd_ps(v);
+                auto half = [&](int o, __m512d px) {
+                    const __m512d l = simd::loadAsDouble(up1 + c - 1 + o);
+                    const __m512d r = simd::loadAsDouble(up1 + c + 1 + o);
+                    const __m512d u = simd::loadAsDouble(up2 + c + o);
+                    return _mm512_cvtpd_ps(_mm512_add_pd(_mm512_sub_pd(_mm512_add_pd(l, r), u), px));
                 };
-                const __m256 lo = half(0, _mm512_castsi512_si256(pixels));
-                const __m256 hi = half(8, _mm512_extracti64x4_epi64(pixels, 1));
+                const __m256 lo = half(0, simd::halfToDouble<0>(pixels));
+                const __m256 hi = half(8, simd::halfToDouble<1>(pixels));
                 _mm256_storeu_ps(out + c, lo);
                 _mm256_storeu_ps(out + c + 8, hi);
             } else {
-                auto half = [&](int o, __m256i px) {
-                    const __m512d l = _mm512_loadu_pd(up1 + c - 1 + o);
-                    const __m512d r = _mm512_loadu_pd(up1 + c + 1 + o);
-                    const __m512d u = _mm512_loadu_pd(up2 + c + o);
-                    _mm512_storeu_pd(out + c + o,
-                                     _mm512_add_pd(_mm512_sub_pd(_mm512_add_pd(l, r), u), _mm512_cvtepu32_pd(px)));
+                auto half = [&](int o, __m512d px) {
+                    const __m512d l = simd::load(up1 + c - 1 + o);
+                    const __m512d r = simd::load(up1 + c + 1 + o);
+                    const __m512d u = simd::load(up2 + c + o);
+                    simd::store(out + c + o, _mm512_add_pd(_mm512_sub_pd(_mm512_add_pd(l, r), u), px));
                 };
-                half(0, _mm512_castsi512_si256(pixels));
-                half(8, _mm512_extracti64x4_epi64(pixels, 1));
+                half(0, simd::halfToDouble<0>(pixels));  // pixel sums below 2^31: signed lanes convert exactly
+                half(8, simd::halfToDouble<1>(pixels));
             }
         }
     }

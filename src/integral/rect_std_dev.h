@@ -52,9 +52,6 @@ inline T cornerSum(T p0, T p1, T p2, T p3) {
 // (clamped to the single-precision exponent range).
 inline float scaleOf(int sf) { return std::ldexp(1.0f, -std::clamp(sf, -127, 126)); }
 
-// Saturating truncation of a non-negative single-precision value.
-inline int32_t truncSat(float r) { return r >= 2147483648.0f ? INT32_MAX : static_cast<int32_t>(r); }
-
 // One output from its sums: the scalar definition.
 template <class S, class Q, class D>
 inline D deviation(S sum, Q sq, double inv, float invF, float scale) {
@@ -67,14 +64,14 @@ inline D deviation(S sum, Q sq, double inv, float invF, float scale) {
         const float mean = static_cast<float>(sum) * invF;
         float var = std::fma(-mean, mean, static_cast<float>(sq) * invF);
         if (var < 0.0f) var = 0.0f;
-        return truncSat(std::sqrt(var) * scale + 0.5f);
+        return simd::truncSaturated(std::sqrt(var) * scale + 0.5f);
     }
 }
 
 template <class T>
 inline __m512i diff4(const T* const* p, int j) {
-    const __m512i a = _mm512_sub_epi32(simd::load512(p[0] + j), simd::load512(p[1] + j));
-    const __m512i b = _mm512_sub_epi32(simd::load512(p[2] + j), simd::load512(p[3] + j));
+    const __m512i a = _mm512_sub_epi32(simd::load(p[0] + j), simd::load(p[1] + j));
+    const __m512i b = _mm512_sub_epi32(simd::load(p[2] + j), simd::load(p[3] + j));
     return _mm512_sub_epi32(a, b);
 }
 
@@ -98,26 +95,25 @@ void deviationRows(Rows<const S> sum, Rows<const Q> sq, Rows<D> dst, ImageSize r
                 if constexpr (std::is_same_v<D, float>) {
                     __m512d sLo, sHi;
                     if constexpr (std::is_same_v<S, float>) {
-                        const __m512 s =
-                            _mm512_sub_ps(_mm512_sub_ps(_mm512_loadu_ps(ps[0] + j), _mm512_loadu_ps(ps[1] + j)),
-                                          _mm512_sub_ps(_mm512_loadu_ps(ps[2] + j), _mm512_loadu_ps(ps[3] + j)));
-                        sLo = _mm512_cvtps_pd(_mm512_castps512_ps256(s));
-                        sHi = _mm512_cvtps_pd(_mm256_castpd_ps(_mm512_extractf64x4_pd(_mm512_castps_pd(s), 1)));
+                        const __m512 s = _mm512_sub_ps(_mm512_sub_ps(simd::load(ps[0] + j), simd::load(ps[1] + j)),
+                                                       _mm512_sub_ps(simd::load(ps[2] + j), simd::load(ps[3] + j)));
+                        sLo = simd::halfToDouble<0>(s);
+                        sHi = simd::halfToDouble<1>(s);
                     } else {
                         const __m512i s = diff4(ps, j);
-                        sLo = _mm512_cvtepi32_pd(_mm512_castsi512_si256(s));
-                        sHi = _mm512_cvtepi32_pd(_mm512_extracti64x4_epi64(s, 1));
+                        sLo = simd::halfToDouble<0>(s);
+                        sHi = simd::halfToDouble<1>(s);
                     }
                     auto var = [&](__m512d s, int o) {
-                        const __m512d q = _mm512_sub_pd(
-                            _mm512_sub_pd(_mm512_loadu_pd(pq[0] + j + o), _mm512_loadu_pd(pq[1] + j + o)),
-                            _mm512_sub_pd(_mm512_loadu_pd(pq[2] + j + o), _mm512_loadu_pd(pq[3] + j + o)));
+                        const __m512d q =
+                            _mm512_sub_pd(_mm512_sub_pd(simd::load(pq[0] + j + o), simd::load(pq[1] + j + o)),
+                                          _mm512_sub_pd(simd::load(pq[2] + j + o), simd::load(pq[3] + j + o)));
                         const __m512d mean = _mm512_mul_pd(s, invV);
                         return _mm512_cvtpd_ps(_mm512_fnmadd_pd(mean, mean, _mm512_mul_pd(q, invV)));
                     };
                     __m512 v = _mm512_insertf32x8(_mm512_castps256_ps512(var(sLo, 0)), var(sHi, 8), 1);
                     v = _mm512_mask_mov_ps(v, _mm512_cmp_ps_mask(v, zero, _CMP_LT_OQ), zero);
-                    _mm512_storeu_ps(out + j, _mm512_sqrt_ps(v));
+                    simd::store(out + j, _mm512_sqrt_ps(v));
                 } else {
                     const __m512 s = _mm512_cvtepi32_ps(diff4(ps, j));
                     const __m512 q = _mm512_cvtepi32_ps(diff4(pq, j));
@@ -125,10 +121,7 @@ void deviationRows(Rows<const S> sum, Rows<const Q> sq, Rows<D> dst, ImageSize r
                     __m512 v = _mm512_fnmadd_ps(mean, mean, _mm512_mul_ps(q, invFV));
                     v = _mm512_mask_mov_ps(v, _mm512_cmp_ps_mask(v, zero, _CMP_LT_OQ), zero);
                     const __m512 r = _mm512_add_ps(_mm512_mul_ps(_mm512_sqrt_ps(v), scaleV), half);
-                    __m512i t = _mm512_cvttps_epi32(r);
-                    t = _mm512_mask_mov_epi32(t, _mm512_cmp_ps_mask(r, _mm512_set1_ps(2147483648.0f), _CMP_GE_OQ),
-                                              _mm512_set1_epi32(INT32_MAX));
-                    simd::store512(out + j, t);
+                    simd::store(out + j, simd::truncSaturated(r));
                 }
             }
         }

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <type_traits>
 
 #include "core/check.h"
 #include "core/image.h"
@@ -24,35 +23,23 @@ inline float historyPixel(bool silhouette, float history, float timestamp, float
     return history < threshold ? 0.0f : history;
 }
 
-template <class S>
-inline __mmask16 silhouetteLanes(const S* p) {
-    if constexpr (std::is_same_v<S, uint8_t>) {
-        return simd::nonzeroLanes16(p);
-    } else if constexpr (std::is_same_v<S, uint16_t>) {
-        const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
-        return _mm256_test_epi16_mask(v, v);
-    } else {
-        return _mm512_cmp_ps_mask(_mm512_loadu_ps(p), _mm512_setzero_ps(), _CMP_NEQ_UQ);
-    }
-}
-
 template <Path P, class S>
 void updateHistoryRows(Rows<const S> silhouette, Rows<float> history, ImageSize roi, float timestamp,
                        float duration) {
     const float threshold = timestamp - duration;
-    const __m512 ts = _mm512_set1_ps(timestamp), th = _mm512_set1_ps(threshold);
+    const __m512 ts = simd::splat(timestamp), th = simd::splat(threshold);
     for (int y = 0; y < roi.height; ++y) {
         const S* sil = silhouette[y];
         float* mhi = history[y];
         walkRow<P, 16>(
             roi.width,
             [&](int x) {
-                const __mmask16 inside = silhouetteLanes(sil + x);
-                const __m512 h = _mm512_loadu_ps(mhi + x);
-                const __mmask16 stale = _mm512_cmp_ps_mask(h, th, _CMP_LT_OQ) & static_cast<__mmask16>(~inside);
+                const __mmask16 inside = simd::nonzeroLanes<16>(sil + x);
+                const __m512 h = simd::load(mhi + x);
+                const __mmask16 stale = simd::less<float>(h, th) & static_cast<__mmask16>(~inside);
                 __m512 out = _mm512_mask_mov_ps(h, stale, _mm512_setzero_ps());
                 out = _mm512_mask_mov_ps(out, inside, ts);
-                _mm512_storeu_ps(mhi + x, out);
+                simd::store(mhi + x, out);
             },
             [&](int x) { mhi[x] = historyPixel(inSilhouette(sil[x]), mhi[x], timestamp, threshold); });
     }

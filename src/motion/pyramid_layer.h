@@ -178,44 +178,6 @@ inline int outputTaps(Dir d, int64_t x, int32_t len, const double* kernel, int n
     });
 }
 
-template <class T>
-inline T roundToElement(float v) {
-    if constexpr (std::is_same_v<T, float>) {
-        return v;
-    } else {
-        constexpr float top = std::is_same_v<T, uint8_t> ? 255.0f : 65535.0f;
-        float t = std::floor(v + 0.5f);  // nearest, ties up
-        t = t > 0.0f ? t : 0.0f;
-        t = t < top ? t : top;
-        return static_cast<T>(static_cast<int32_t>(t));
-    }
-}
-
-// floor(v + 0.5) as integers from 0 up, for an unsigned saturating store:
-// values past 65536 are held there first, and NaN, -inf and anything below
-// 0 convert to a negative integer that the max lifts to 0 (min returns its
-// second operand, NaN, when that is NaN).
-inline __m512i roundedIntegers(__m512 v) {
-    const __m512 t = _mm512_min_ps(_mm512_set1_ps(65536.0f), _mm512_add_ps(v, _mm512_set1_ps(0.5f)));
-    const __m512i i = _mm512_cvt_roundps_epi32(t, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
-    return _mm512_max_epi32(i, _mm512_setzero_si512());
-}
-
-// Sixteen results stored as elements of T with the same rounding.
-template <class T>
-inline void storeElements(T* p, __m512 v) {
-    if constexpr (std::is_same_v<T, float>) {
-        _mm512_storeu_ps(p, v);
-    } else {
-        const __m512i i = roundedIntegers(v);
-        if constexpr (std::is_same_v<T, uint8_t>) {
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm512_cvtusepi32_epi8(i));
-        } else {
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_cvtusepi32_epi16(i));
-        }
-    }
-}
-
 // The read-only tables of a state.
 struct Tables {
     const double* kernel;
@@ -293,31 +255,6 @@ inline float addTap(float acc, float w, float v) { return w != 0.0f ? acc + w * 
 
 // ---- Rate 2: fixed weights per phase, mirrored borders copied into the scratch row.
 
-// Sixteen elements (the lanes of m) widened exactly to single precision; other lanes 0.
-template <class T>
-inline __m512 loadAsFloatMasked(const T* p, __mmask16 m) {
-    if constexpr (std::is_same_v<T, uint8_t>)
-        return _mm512_cvtepi32_ps(_mm512_cvtepu8_epi32(_mm_maskz_loadu_epi8(m, p)));
-    else if constexpr (std::is_same_v<T, uint16_t>)
-        return _mm512_cvtepi32_ps(_mm512_cvtepu16_epi32(_mm256_maskz_loadu_epi16(m, p)));
-    else
-        return _mm512_maskz_loadu_ps(m, p);
-}
-
-// The lanes of m of sixteen results stored as elements of T, rounded as storeElements.
-template <class T>
-inline void storeElementsMasked(T* p, __m512 v, __mmask16 m) {
-    if constexpr (std::is_same_v<T, float>) {
-        _mm512_mask_storeu_ps(p, m, v);
-    } else {
-        const __m512i i = roundedIntegers(v);
-        if constexpr (std::is_same_v<T, uint8_t>)
-            _mm512_mask_cvtusepi32_storeu_epi8(p, m, i);
-        else
-            _mm512_mask_cvtusepi32_storeu_epi16(p, m, i);
-    }
-}
-
 // The phase lists of a rate-2 state, built at Init from the same weights
 // outputTaps gives every output: the taps of an output far from the borders,
 // zero weights dropped. Down has one phase (offsets from 2x), up two (offsets
@@ -372,14 +309,14 @@ inline void sumRowsFixed(const T* const* in, const float* w, int taps, int elems
             a = plus(a, j, _mm512_mul_ps(tap(j), simd::loadAsFloat(row(j) + e)));
             b = plus(b, j, _mm512_mul_ps(tap(j), simd::loadAsFloat(row(j) + e + 16)));
         }
-        _mm512_storeu_ps(out + e, a);
-        _mm512_storeu_ps(out + e + 16, b);
+        simd::store(out + e, a);
+        simd::store(out + e + 16, b);
     }
     for (; e < elems; e += 16) {
-        const __mmask16 m = simd::firstLanes16(std::min(16, elems - e));
+        const __mmask16 m = simd::firstLanes<16>(elems - e);
         __m512 a = _mm512_set1_ps(-0.0f);
-        for (int j = 0; j < count; ++j) a = plus(a, j, _mm512_mul_ps(tap(j), loadAsFloatMasked(row(j) + e, m)));
-        _mm512_mask_storeu_ps(out + e, m, a);
+        for (int j = 0; j < count; ++j) a = plus(a, j, _mm512_mul_ps(tap(j), simd::loadAsFloat(row(j) + e, m)));
+        simd::store(out + e, a, m);
     }
 }
 
@@ -417,13 +354,13 @@ inline void downColumns(const float* sc, const int32_t* off, const float* w, int
         __m512 acc = _mm512_set1_ps(-0.0f);
         for (int j = 0; j < count; ++j) {
             const float* p = at + Ch * off[j];
-            const __m512 v = _mm512_permutex2var_ps(_mm512_loadu_ps(p), pick[ph], _mm512_loadu_ps(p + 16));
+            const __m512 v = _mm512_permutex2var_ps(simd::load(p), pick[ph], simd::load(p + 16));
             acc = plus(acc, j, _mm512_mul_ps(_mm512_set1_ps(w[j]), v));
         }
         if (e + 16 <= dstElems)
-            storeElements(out + e, acc);
+            simd::storeRoundHalfUp(out + e, acc);
         else
-            storeElementsMasked(out + e, acc, simd::firstLanes16(dstElems - e));
+            simd::storeRoundHalfUp(out + e, acc, simd::firstLanes<16>(dstElems - e));
         if (++ph == Ch) ph = 0;
     }
 }
@@ -440,17 +377,17 @@ inline void upColumns1(const float* sc, const int32_t* const off[2], const float
     for (int x = 0; 2 * x < dstWidth; x += 16) {
         __m512 even = _mm512_set1_ps(-0.0f), odd = even;
         for (int j = 0; j < ne; ++j)
-            even = plus(even, j, _mm512_mul_ps(_mm512_set1_ps(w[0][j]), _mm512_loadu_ps(sc + x + off[0][j])));
+            even = plus(even, j, _mm512_mul_ps(_mm512_set1_ps(w[0][j]), simd::load(sc + x + off[0][j])));
         for (int j = 0; j < no; ++j)
-            odd = plus(odd, j, _mm512_mul_ps(_mm512_set1_ps(w[1][j]), _mm512_loadu_ps(sc + x + off[1][j])));
+            odd = plus(odd, j, _mm512_mul_ps(_mm512_set1_ps(w[1][j]), simd::load(sc + x + off[1][j])));
         const __m512 a = _mm512_permutex2var_ps(even, lo, odd), b = _mm512_permutex2var_ps(even, hi, odd);
         const int left = dstWidth - 2 * x;
         if (left >= 32) {
-            storeElements(out + 2 * x, a);
-            storeElements(out + 2 * x + 16, b);
+            simd::storeRoundHalfUp(out + 2 * x, a);
+            simd::storeRoundHalfUp(out + 2 * x + 16, b);
         } else {
-            storeElementsMasked(out + 2 * x, a, simd::firstLanes16(std::min(left, 16)));
-            if (left > 16) storeElementsMasked(out + 2 * x + 16, b, simd::firstLanes16(left - 16));
+            simd::storeRoundHalfUp(out + 2 * x, a, simd::firstLanes<16>(left));
+            if (left > 16) simd::storeRoundHalfUp(out + 2 * x + 16, b, simd::firstLanes<16>(left - 16));
         }
     }
 }
@@ -466,11 +403,11 @@ inline void upColumns3(const float* sc, const int32_t* const off[2], const float
     for (int j = 0; j < 3 * pairs + 16; j += 16) {
         __m512 even = _mm512_set1_ps(-0.0f), odd = even;
         for (int k = 0; k < count[0]; ++k)
-            even = plus(even, k, _mm512_mul_ps(_mm512_set1_ps(w[0][k]), _mm512_loadu_ps(sc + j + 3 * off[0][k])));
+            even = plus(even, k, _mm512_mul_ps(_mm512_set1_ps(w[0][k]), simd::load(sc + j + 3 * off[0][k])));
         for (int k = 0; k < count[1]; ++k)
-            odd = plus(odd, k, _mm512_mul_ps(_mm512_set1_ps(w[1][k]), _mm512_loadu_ps(sc + j + 3 * off[1][k])));
-        _mm512_storeu_ps(ev + j, even);
-        _mm512_storeu_ps(od + j, odd);
+            odd = plus(odd, k, _mm512_mul_ps(_mm512_set1_ps(w[1][k]), simd::load(sc + j + 3 * off[1][k])));
+        simd::store(ev + j, even);
+        simd::store(od + j, odd);
     }
     __m512i pick[3];
     for (int ph = 0; ph < 3; ++ph) {
@@ -485,11 +422,11 @@ inline void upColumns3(const float* sc, const int32_t* const off[2], const float
     int ph = 0;
     for (int t0 = 0; t0 < dstElems; t0 += 16) {
         const int jb = 3 * (t0 / 3 / 2);
-        const __m512 v = _mm512_permutex2var_ps(_mm512_loadu_ps(ev + jb), pick[ph], _mm512_loadu_ps(od + jb));
+        const __m512 v = _mm512_permutex2var_ps(simd::load(ev + jb), pick[ph], simd::load(od + jb));
         if (t0 + 16 <= dstElems)
-            storeElements(out + t0, v);
+            simd::storeRoundHalfUp(out + t0, v);
         else
-            storeElementsMasked(out + t0, v, simd::firstLanes16(dstElems - t0));
+            simd::storeRoundHalfUp(out + t0, v, simd::firstLanes<16>(dstElems - t0));
         if (++ph == 3) ph = 0;
     }
 }
@@ -507,14 +444,14 @@ inline void rowsPass(const T* const* in, const float* w, int taps, int64_t a, in
     int e = 0;
     if constexpr (P == Path::vector) {
         const int blocks = elems / 16 * 16;
-        for (int k = 0; k < blocks; k += 16) _mm512_storeu_ps(out + k, _mm512_set1_ps(-0.0f));
+        for (int k = 0; k < blocks; k += 16) simd::store(out + k, _mm512_set1_ps(-0.0f));
         for (int j = 0; j < taps; ++j) {
             if (w[j] == 0.0f) continue;
             const __m512 wv = _mm512_set1_ps(w[j]);
             const T* src = in[j] + e0;
             for (int k = 0; k < blocks; k += 16)
-                _mm512_storeu_ps(
-                    out + k, _mm512_add_ps(_mm512_loadu_ps(out + k), _mm512_mul_ps(wv, simd::loadAsFloat(src + k))));
+                simd::store(out + k,
+                            _mm512_add_ps(simd::load(out + k), _mm512_mul_ps(wv, simd::loadAsFloat(src + k))));
         }
         e = blocks;
     }
@@ -667,7 +604,7 @@ void resampleRows(Dir d, const LayerState* s, Rows<const T> src, ImageSize srcRo
                         const float wj = t.colWeight[j * stride + e];
                         if (wj != 0.0f) acc = acc + wj * column(y, tapIndex(d, t.tapFirst[x] + j, W), int(e % Ch));
                     }
-                    dst[y][e] = roundToElement<T>(acc);
+                    dst[y][e] = simd::roundHalfUp<T>(acc);
                 }
             x0 = x1;
             continue;
@@ -698,31 +635,29 @@ void resampleRows(Dir d, const LayerState* s, Rows<const T> src, ImageSize srcRo
                 for (; e + 16 <= end; e += 16) {
                     __m512 acc = _mm512_set1_ps(-0.0f);
                     for (int j = 0; j < taps; ++j) {
-                        const __m512 w = _mm512_loadu_ps(t.colWeight + j * stride + e);
-                        const __m512i i = _mm512_sub_epi32(_mm512_loadu_si512(t.colIndex + j * stride + e), shift);
+                        const __m512 w = simd::load(t.colWeight + j * stride + e);
+                        const __m512i i = _mm512_sub_epi32(simd::load(t.colIndex + j * stride + e), shift);
                         const __mmask16 used = _mm512_cmp_ps_mask(w, _mm512_setzero_ps(), _CMP_NEQ_UQ);
                         const int32_t window = t.colWindow[j * (stride / 16) + e / 16];
                         __m512 v;
                         if (window != noWindow) {  // the tap's pixels lie in two registers: permute, not gather
                             const int at = static_cast<int>(window - origin), left = filled - at;
-                            const __m512 l =
-                                _mm512_maskz_loadu_ps(simd::firstLanes16(std::clamp(left, 0, 16)), buf + at);
-                            const __m512 h = _mm512_maskz_loadu_ps(simd::firstLanes16(std::clamp(left - 16, 0, 16)),
-                                                                   buf + at + 16);
+                            const __m512 l = simd::load(buf + at, simd::firstLanes<16>(left));
+                            const __m512 h = simd::load(buf + at + 16, simd::firstLanes<16>(left - 16));
                             v = _mm512_permutex2var_ps(l, _mm512_sub_epi32(i, _mm512_set1_epi32(at)), h);
                         } else {
                             v = _mm512_mask_i32gather_ps(_mm512_setzero_ps(), used, i, buf, 4);
                         }
                         acc = _mm512_mask_add_ps(acc, used, acc, _mm512_mul_ps(w, v));
                     }
-                    storeElements(out + e, acc);
+                    simd::storeRoundHalfUp(out + e, acc);
                 }
             }
             for (; e < end; ++e) {
                 float acc = -0.0f;
                 for (int j = 0; j < taps; ++j)
                     acc = addTap(acc, t.colWeight[j * stride + e], buf[t.colIndex[j * stride + e] - origin]);
-                out[e] = roundToElement<T>(acc);
+                out[e] = simd::roundHalfUp<T>(acc);
             }
         }
         x0 = x1;

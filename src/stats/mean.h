@@ -22,21 +22,11 @@ struct Moments {
 };
 
 // The sixteen double lanes of a 32f row combined pairwise: lane i with i + 8,
-// then i with i + 4, with i + 2, and the last two.
+// then i with i + 4, with i + 2, and the last two (as simd::reduceAdd adds).
 inline double combineLanes(const double (&lane)[16]) {
     double a[8];
     for (int i = 0; i < 8; ++i) a[i] = lane[i] + lane[i + 8];
-    for (int i = 0; i < 4; ++i) a[i] = a[i] + a[i + 4];
-    for (int i = 0; i < 2; ++i) a[i] = a[i] + a[i + 2];
-    return a[0] + a[1];
-}
-
-// The same combination of two vectors holding lanes 0..7 and 8..15.
-inline double combineLanes(__m512d low, __m512d high) {
-    const __m512d a8 = _mm512_add_pd(low, high);
-    const __m256d a4 = _mm256_add_pd(_mm512_castpd512_pd256(a8), _mm512_extractf64x4_pd(a8, 1));
-    const __m128d a2 = _mm_add_pd(_mm256_castpd256_pd128(a4), _mm256_extractf128_pd(a4, 1));
-    return _mm_cvtsd_f64(_mm_add_sd(a2, _mm_unpackhi_pd(a2, a2)));
+    return simd::pairwiseSum(a);
 }
 
 // The definition of the sums, pixel by pixel (channel 0-based; mask rows
@@ -96,20 +86,14 @@ struct IntegerTotals {
     __m512i sum = _mm512_setzero_si512(), sq = _mm512_setzero_si512();
 
     void row(Moments& m) {
-        m.sum += static_cast<double>(simd::totalOfLanes64(sum));
+        m.sum += static_cast<double>(simd::reduceAdd64(sum));
         sum = _mm512_setzero_si512();
         if constexpr (Squares) {
-            m.sumSq += static_cast<double>(simd::totalOfLanes64(sq));
+            m.sumSq += static_cast<double>(simd::reduceAdd64(sq));
             sq = _mm512_setzero_si512();
         }
     }
 };
-
-// Sixteen unsigned 32-bit lanes added into eight 64-bit lanes.
-inline __m512i addWidened(__m512i lanes64, __m512i lanes32) {
-    return _mm512_add_epi64(lanes64, _mm512_add_epi64(_mm512_cvtepu32_epi64(_mm512_castsi512_si256(lanes32)),
-                                                      _mm512_cvtepu32_epi64(_mm512_extracti64x4_epi64(lanes32, 1))));
-}
 
 // 8u: sums by SAD against zero into eight 64-bit lanes; squares of the even
 // and odd bytes of each 16-bit lane apart, multiply-added in pairs into
@@ -134,7 +118,7 @@ struct RowSums<uint8_t, Squares> : IntegerTotals<Squares> {
     void span() {
         if constexpr (Squares) {
             const __m512i sq32 = _mm512_add_epi32(sqEven, sqOdd);
-            this->sq = addWidened(this->sq, sq32);
+            this->sq = simd::addWidened<uint32_t>(this->sq, sq32);
             sqEven = sqOdd = _mm512_setzero_si512();
         }
     }
@@ -175,17 +159,16 @@ struct RowSums<uint16_t, Squares> {
         }
     }
     void span() {
-        sum64 = _mm512_add_epi64(sum64, _mm512_add_epi64(_mm512_cvtepi32_epi64(_mm512_castsi512_si256(sum32)),
-                                                         _mm512_cvtepi32_epi64(_mm512_extracti64x4_epi64(sum32, 1))));
+        sum64 = simd::addWidened<int32_t>(sum64, sum32);
         sum32 = _mm512_setzero_si512();
     }
     void row(Moments& m) {
         const auto n = static_cast<uint64_t>(count);
-        const uint64_t sumY = simd::totalOfLanes64(sum64);  // modulo 2^64
+        const uint64_t sumY = simd::reduceAdd64(sum64);  // modulo 2^64
         m.sum += static_cast<double>(sumY + (n << 15));
         if constexpr (Squares) {
-            const uint64_t low = simd::totalOfLanes64(sq);
-            const uint64_t high = simd::totalOfLanes64(sqHigh);
+            const uint64_t low = simd::reduceAdd64(sq);
+            const uint64_t high = simd::reduceAdd64(sqHigh);
             const uint64_t sumY2 = low - (high << 32) + high;  // the low dwords, then the high ones
             m.sumSq += static_cast<double>(sumY2 + (sumY << 16) + (n << 30));
         }
@@ -202,10 +185,8 @@ struct RowSums<float, Squares> {
     __m512d s0 = _mm512_setzero_pd(), s1 = _mm512_setzero_pd(), q0 = _mm512_setzero_pd(), q1 = _mm512_setzero_pd();
 
     template <class Dense>
-    void block(__m512i bits, uint64_t lanes, Dense) {
-        const __m512 v = _mm512_castsi512_ps(bits);
-        const __m512d d0 = _mm512_cvtps_pd(_mm512_castps512_ps256(v));
-        const __m512d d1 = _mm512_cvtps_pd(_mm256_castsi256_ps(_mm512_extracti64x4_epi64(bits, 1)));
+    void block(__m512 v, uint64_t lanes, Dense) {
+        const __m512d d0 = simd::halfToDouble<0>(v), d1 = simd::halfToDouble<1>(v);
         if constexpr (Dense::value) {
             s0 = _mm512_add_pd(s0, d0);
             s1 = _mm512_add_pd(s1, d1);
@@ -225,10 +206,10 @@ struct RowSums<float, Squares> {
     }
     void span() {}
     void row(Moments& m) {
-        m.sum += combineLanes(s0, s1);
+        m.sum += simd::reduceAdd(_mm512_add_pd(s0, s1));
         s0 = s1 = _mm512_setzero_pd();
         if constexpr (Squares) {
-            m.sumSq += combineLanes(q0, q1);
+            m.sumSq += simd::reduceAdd(_mm512_add_pd(q0, q1));
             q0 = q1 = _mm512_setzero_pd();
         }
     }
@@ -250,7 +231,7 @@ Moments momentsVector(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi
     for (int y = 0; y < roi.height; ++y) {
         for (int x = 0; x < roi.width; x += kSpan) {
             simd::forEachBlock(lanes, src[y] + int64_t{x} * C, Masked ? mask[y] + x : nullptr,
-                               std::min(kSpan, roi.width - x), [&](__m512i v, uint64_t used, auto dense) {
+                               std::min(kSpan, roi.width - x), [&](auto v, uint64_t used, auto dense) {
                                    acc.block(v, used, dense);
                                    if constexpr (Masked) count += __builtin_popcountll(used);
                                });

@@ -65,80 +65,6 @@ Extrema extremaScalar(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi
     return e;
 }
 
-// Lane-wise minimum and maximum of 64 bytes of T, under a lane mask (lanes
-// outside keep acc). For 32f the pixel is the first operand, so a NaN pixel
-// leaves the lane as it was (the processor returns the second operand).
-template <class T, bool Max>
-inline __m512i laneExtreme(__m512i acc, __m512i v) {
-    if constexpr (sizeof(T) == 1)
-        return Max ? _mm512_max_epu8(v, acc) : _mm512_min_epu8(v, acc);
-    else if constexpr (sizeof(T) == 2)
-        return Max ? _mm512_max_epu16(v, acc) : _mm512_min_epu16(v, acc);
-    else {
-        const __m512 a = _mm512_castsi512_ps(acc), p = _mm512_castsi512_ps(v);
-        return _mm512_castps_si512(Max ? _mm512_max_ps(p, a) : _mm512_min_ps(p, a));
-    }
-}
-template <class T, bool Max>
-inline __m512i laneExtreme(__m512i acc, uint64_t lanes, __m512i v) {
-    if constexpr (sizeof(T) == 1)
-        return Max ? _mm512_mask_max_epu8(acc, lanes, v, acc) : _mm512_mask_min_epu8(acc, lanes, v, acc);
-    else if constexpr (sizeof(T) == 2) {
-        const auto k = static_cast<__mmask32>(lanes);
-        return Max ? _mm512_mask_max_epu16(acc, k, v, acc) : _mm512_mask_min_epu16(acc, k, v, acc);
-    } else {
-        const auto k = static_cast<__mmask16>(lanes);
-        const __m512 a = _mm512_castsi512_ps(acc), p = _mm512_castsi512_ps(v);
-        return _mm512_castps_si512(Max ? _mm512_mask_max_ps(a, k, p, a) : _mm512_mask_min_ps(a, k, p, a));
-    }
-}
-
-// Whether any lane of acc is strictly beyond the scalar g (below it for the
-// minimum, above it for the maximum).
-template <class T, bool Max>
-inline bool anyBeyond(__m512i acc, T g) {
-    if constexpr (sizeof(T) == 1) {
-        const __m512i b = _mm512_set1_epi8(static_cast<char>(g));
-        return (Max ? _mm512_cmpgt_epu8_mask(acc, b) : _mm512_cmplt_epu8_mask(acc, b)) != 0;
-    } else if constexpr (sizeof(T) == 2) {
-        const __m512i b = _mm512_set1_epi16(static_cast<short>(g));
-        return (Max ? _mm512_cmpgt_epu16_mask(acc, b) : _mm512_cmplt_epu16_mask(acc, b)) != 0;
-    } else {
-        const __m512 a = _mm512_castsi512_ps(acc), b = _mm512_set1_ps(g);
-        return _mm512_cmp_ps_mask(a, b, Max ? _CMP_GT_OQ : _CMP_LT_OQ) != 0;
-    }
-}
-
-// The extreme over all lanes.
-template <class T, bool Max>
-inline T reduceLanes(__m512i acc) {
-    if constexpr (sizeof(T) == 4) {
-        const __m512 a = _mm512_castsi512_ps(acc);
-        return Max ? _mm512_reduce_max_ps(a) : _mm512_reduce_min_ps(a);
-    } else {
-        const __m256i h = _mm512_extracti64x4_epi64(acc, 1), l = _mm512_castsi512_si256(acc);
-        __m256i a;
-        if constexpr (sizeof(T) == 1)
-            a = Max ? _mm256_max_epu8(l, h) : _mm256_min_epu8(l, h);
-        else
-            a = Max ? _mm256_max_epu16(l, h) : _mm256_min_epu16(l, h);
-        __m128i b = _mm256_castsi256_si128(a);
-        const __m128i bh = _mm256_extracti128_si256(a, 1);
-        auto op = [](__m128i x, __m128i y) {
-            if constexpr (sizeof(T) == 1)
-                return Max ? _mm_max_epu8(x, y) : _mm_min_epu8(x, y);
-            else
-                return Max ? _mm_max_epu16(x, y) : _mm_min_epu16(x, y);
-        };
-        b = op(b, bh);
-        b = op(b, _mm_srli_si128(b, 8));
-        b = op(b, _mm_srli_si128(b, 4));
-        b = op(b, _mm_srli_si128(b, 2));
-        if constexpr (sizeof(T) == 1) b = op(b, _mm_srli_si128(b, 1));
-        return static_cast<T>(_mm_cvtsi128_si32(b));
-    }
-}
-
 // The first selected pixel of row y equal to v (by ==), or -1.
 template <class T, int C, bool Masked>
 inline int firstEqual(Rows<const T> src, Rows<const uint8_t> mask, int width, int channel, int y, T v) {
@@ -160,32 +86,27 @@ inline int firstEqual(Rows<const T> src, Rows<const uint8_t> mask, int width, in
 template <class T, int C, bool Masked>
 Extrema extremaVector(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi, int channel) {
     const simd::ChannelLanes<T, C> lanes(channel);
-    auto splat = [](T v) {
-        if constexpr (sizeof(T) == 1)
-            return _mm512_set1_epi8(static_cast<char>(v));
-        else if constexpr (sizeof(T) == 2)
-            return _mm512_set1_epi16(static_cast<short>(v));
-        else
-            return _mm512_castps_si512(_mm512_set1_ps(v));
-    };
-    __m512i lo = splat(startMin<T>()), hi = splat(startMax<T>());
+    // Lane-wise running extrema. For 32f the pixel is the first operand, so
+    // a NaN pixel leaves the lane as it was.
+    simd::Vec<T> lo = simd::splat(startMin<T>()), hi = simd::splat(startMax<T>());
     T gLo = startMin<T>(), gHi = startMax<T>();
     int rowLo = -1, rowHi = -1;
     bool any = !Masked;
     for (int y = 0; y < roi.height; ++y) {
         simd::forEachBlock(lanes, src[y], Masked ? mask[y] : nullptr, roi.width,
-                           [&](__m512i v, uint64_t used, auto dense) {
+                           [&](simd::Vec<T> v, uint64_t used, auto dense) {
                                if constexpr (decltype(dense)::value) {
-                                   lo = laneExtreme<T, false>(lo, v);
-                                   hi = laneExtreme<T, true>(hi, v);
+                                   lo = simd::min<T>(v, lo);
+                                   hi = simd::max<T>(v, hi);
                                } else {
-                                   lo = laneExtreme<T, false>(lo, used, v);
-                                   hi = laneExtreme<T, true>(hi, used, v);
+                                   lo = simd::min<T>(lo, used, v, lo);
+                                   hi = simd::max<T>(hi, used, v, hi);
                                }
                                if constexpr (Masked) any = true;
                            });
-        if (anyBeyond<T, false>(lo, gLo)) gLo = reduceLanes<T, false>(lo), rowLo = y;
-        if (anyBeyond<T, true>(hi, gHi)) gHi = reduceLanes<T, true>(hi), rowHi = y;
+        // A lane strictly beyond the extreme so far (never a NaN: the lanes hold none).
+        if (simd::less<T>(lo, simd::splat(gLo)) != 0) gLo = simd::reduceMin<T>(lo), rowLo = y;
+        if (simd::greater<T>(hi, simd::splat(gHi)) != 0) gHi = simd::reduceMax<T>(hi), rowHi = y;
     }
     Extrema e;
     e.any = any;

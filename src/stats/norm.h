@@ -108,104 +108,7 @@ IntTotals intNormScalar(Rows<const T> a, Rows<const T> b, Rows<const uint8_t> ma
 // with vpmaddwd on 16-bit words in 32-bit lanes and moved into 64-bit lanes
 // (flush) before they could overflow; every sum is exact, so the lane order
 // does not matter.
-template <class T>
-struct IntVec;
-
-template <>
-struct IntVec<uint8_t> {
-    static constexpr int E = 64;  // elements in a vector
-    static __m512i load(uint64_t k, const uint8_t* p) { return _mm512_maskz_loadu_epi8(k, p); }
-    static __m512i select(uint64_t k, __m512i v) { return _mm512_maskz_mov_epi8(k, v); }
-    static __m512i absDiff(__m512i a, __m512i b) {
-        return _mm512_or_si512(_mm512_subs_epu8(a, b), _mm512_subs_epu8(b, a));
-    }
-    static __m512i max(__m512i a, __m512i b) { return _mm512_max_epu8(a, b); }
-    // The selected pixels among the next n (<= E) mask bytes.
-    static uint64_t pixels(const uint8_t* m, int n) {
-        const __m512i v = n == E ? _mm512_loadu_si512(m) : _mm512_maskz_loadu_epi8(simd::firstLanes64(n), m);
-        return _mm512_test_epi8_mask(v, v);
-    }
-    static uint64_t maxOf(__m512i v) {
-        alignas(64) uint8_t l[E];
-        _mm512_store_si512(l, v);
-        uint64_t m = 0;
-        for (uint8_t x : l) m = x > m ? x : m;
-        return m;
-    }
-};
-
-template <>
-struct IntVec<uint16_t> {
-    static constexpr int E = 32;
-    static __m512i load(uint64_t k, const uint16_t* p) {
-        return _mm512_maskz_loadu_epi16(static_cast<__mmask32>(k), p);
-    }
-    static __m512i select(uint64_t k, __m512i v) { return _mm512_maskz_mov_epi16(static_cast<__mmask32>(k), v); }
-    static __m512i absDiff(__m512i a, __m512i b) {
-        return _mm512_or_si512(_mm512_subs_epu16(a, b), _mm512_subs_epu16(b, a));
-    }
-    static __m512i max(__m512i a, __m512i b) { return _mm512_max_epu16(a, b); }
-    static uint64_t pixels(const uint8_t* m, int n) {
-        const __m256i v = n == E ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(m))
-                                 : _mm256_maskz_loadu_epi8(simd::firstLanes32(n), m);
-        return _mm256_test_epi8_mask(v, v);
-    }
-    static uint64_t maxOf(__m512i v) {
-        alignas(64) uint16_t l[E];
-        _mm512_store_si512(l, v);
-        uint64_t m = 0;
-        for (uint16_t x : l) m = x > m ? x : m;
-        return m;
-    }
-};
-
-// Thirty-two 16-bit values of channel c of a three-channel row, gathered
-// from the 96 values at p by two two-source word permutes, so that the
-// arithmetic runs on one vector per 32 pixels with the pixels' own lane mask.
-class Channel16Of3 {
-public:
-    explicit Channel16Of3(int c) {
-        alignas(64) int16_t i01[32], i2[32];
-        for (int i = 0; i < 32; ++i) {
-            const int e = 3 * i + c;
-            i01[i] = static_cast<int16_t>(e < 64 ? e : 0);
-            i2[i] = static_cast<int16_t>(e < 64 ? i : 32 + (e - 64));
-        }
-        idx01_ = _mm512_load_si512(i01);
-        idx2_ = _mm512_load_si512(i2);
-    }
-    // All 96 values at p are read.
-    __m512i load(const uint16_t* p) const {
-        return join(_mm512_loadu_si512(p), _mm512_loadu_si512(p + 32), _mm512_loadu_si512(p + 64));
-    }
-    // The first 3n values at p are read (n <= 32); lanes >= n are undefined.
-    __m512i loadPart(const uint16_t* p, int n) const {
-        const int e = 3 * n;
-        return join(_mm512_maskz_loadu_epi16(simd::firstLanes32(std::min(e, 32)), p),
-                    _mm512_maskz_loadu_epi16(simd::firstLanes32(std::clamp(e - 32, 0, 32)), p + 32),
-                    _mm512_maskz_loadu_epi16(simd::firstLanes32(std::clamp(e - 64, 0, 32)), p + 64));
-    }
-
-private:
-    __m512i join(__m512i v0, __m512i v1, __m512i v2) const {
-        return _mm512_permutex2var_epi16(_mm512_permutex2var_epi16(v0, idx01_, v1), idx2_, v2);
-    }
-    __m512i idx01_, idx2_;
-};
-
-inline __m512i add32To64(__m512i acc64, __m512i v32) {
-    acc64 = _mm512_add_epi64(acc64, _mm512_cvtepu32_epi64(_mm512_castsi512_si256(v32)));
-    return _mm512_add_epi64(acc64, _mm512_cvtepu32_epi64(_mm512_extracti64x4_epi64(v32, 1)));
-}
-
-inline Wide sumLanes(__m512i v64) {
-    alignas(64) uint64_t l[8];
-    _mm512_store_si512(l, v64);
-    Wide s = 0;
-    for (uint64_t x : l) s += x;
-    return s;
-}
-
+//
 // One reduction over vectors of T: add(v) takes a vector of values,
 // addDiff(a, b) the absolute differences; flush() must run at least every
 // kFlush vectors; total() is the exact result.
@@ -217,10 +120,10 @@ constexpr int kFlush = 8192;  // 8192 * 4 * 255^2 < 2^32
 template <class T>
 struct IntAcc<NormKind::inf, T> {
     __m512i m = _mm512_setzero_si512();
-    void add(__m512i v) { m = IntVec<T>::max(m, v); }
-    void addDiff(__m512i a, __m512i b) { add(IntVec<T>::absDiff(a, b)); }
+    void add(__m512i v) { m = simd::max<T>(m, v); }
+    void addDiff(__m512i a, __m512i b) { add(simd::absDiff<T>(a, b)); }
     void flush() {}
-    Wide total() const { return IntVec<T>::maxOf(m); }
+    Wide total() const { return simd::reduceMax<T>(m); }
 };
 
 template <>
@@ -229,7 +132,7 @@ struct IntAcc<NormKind::l1, uint8_t> {
     void add(__m512i v) { s = _mm512_add_epi64(s, _mm512_sad_epu8(v, _mm512_setzero_si512())); }
     void addDiff(__m512i a, __m512i b) { s = _mm512_add_epi64(s, _mm512_sad_epu8(a, b)); }
     void flush() {}
-    Wide total() const { return sumLanes(s); }
+    Wide total() const { return simd::reduceAddExact(s); }
 };
 
 // 16-bit values through their bytes: sad gives sum(lo + hi) and, shifted,
@@ -242,9 +145,9 @@ struct IntAcc<NormKind::l1, uint16_t> {
         both = _mm512_add_epi64(both, _mm512_sad_epu8(v, z));
         hi = _mm512_add_epi64(hi, _mm512_sad_epu8(_mm512_srli_epi16(v, 8), z));
     }
-    void addDiff(__m512i a, __m512i b) { add(IntVec<uint16_t>::absDiff(a, b)); }
+    void addDiff(__m512i a, __m512i b) { add(simd::absDiff<uint16_t>(a, b)); }
     void flush() {}
-    Wide total() const { return sumLanes(both) + sumLanes(hi) * 255; }
+    Wide total() const { return simd::reduceAddExact(both) + simd::reduceAddExact(hi) * 255; }
 };
 
 template <>
@@ -255,12 +158,12 @@ struct IntAcc<NormKind::l2, uint8_t> {
         const __m512i lo = _mm512_unpacklo_epi8(v, z), hi = _mm512_unpackhi_epi8(v, z);
         s32 = _mm512_add_epi32(s32, _mm512_add_epi32(_mm512_madd_epi16(lo, lo), _mm512_madd_epi16(hi, hi)));
     }
-    void addDiff(__m512i a, __m512i b) { add(IntVec<uint8_t>::absDiff(a, b)); }
+    void addDiff(__m512i a, __m512i b) { add(simd::absDiff<uint8_t>(a, b)); }
     void flush() {
-        s64 = add32To64(s64, s32);
+        s64 = simd::addWidened<uint32_t>(s64, s32);
         s32 = _mm512_setzero_si512();
     }
-    Wide total() const { return sumLanes(s64); }
+    Wide total() const { return simd::reduceAddExact(s64); }
 };
 
 // (256 h + l)^2 = 65536 h^2 + 512 h l + l^2, with h and l the bytes of a value.
@@ -274,12 +177,16 @@ struct IntAcc<NormKind::l2, uint16_t> {
         hl32 = _mm512_add_epi32(hl32, _mm512_madd_epi16(h, l));
         hh32 = _mm512_add_epi32(hh32, _mm512_madd_epi16(h, h));
     }
-    void addDiff(__m512i a, __m512i b) { add(IntVec<uint16_t>::absDiff(a, b)); }
+    void addDiff(__m512i a, __m512i b) { add(simd::absDiff<uint16_t>(a, b)); }
     void flush() {
-        ll = add32To64(ll, ll32), hl = add32To64(hl, hl32), hh = add32To64(hh, hh32);
+        ll = simd::addWidened<uint32_t>(ll, ll32);
+        hl = simd::addWidened<uint32_t>(hl, hl32);
+        hh = simd::addWidened<uint32_t>(hh, hh32);
         ll32 = hl32 = hh32 = _mm512_setzero_si512();
     }
-    Wide total() const { return sumLanes(ll) + (sumLanes(hl) << 9) + (sumLanes(hh) << 16); }
+    Wide total() const {
+        return simd::reduceAddExact(ll) + (simd::reduceAddExact(hl) << 9) + (simd::reduceAddExact(hh) << 16);
+    }
 };
 
 // Rows in groups of E pixels (one vector; for C3 one gathered vector of 16u
@@ -287,24 +194,11 @@ struct IntAcc<NormKind::l2, uint16_t> {
 // row under a lane mask.
 template <NormKind K, NormOf O, class T, int Ch>
 IntTotals intNormVector(Rows<const T> a, Rows<const T> b, Rows<const uint8_t> mask, ImageSize roi, int c) {
-    using V = IntVec<T>;
-    constexpr int E = V::E;
+    constexpr int E = simd::kLanes<T>;
     constexpr int kGroupsPerFlush = kFlush / 3;
-    const simd::ChannelLanes<T, 3> lanes(c);
     IntAcc<K, T> num, den;
-    // A whole vector inside the row is loaded unmasked, so that the load does
-    // not wait for the lane mask, and then zeroed where unselected; the row's
-    // last group loads under the mask.
-    auto body = [&]<bool Whole>(uint64_t k, const T* pa, const T* pb) {
-        auto load = [k](const T* p) {
-            if constexpr (Whole) {
-                __m512i v = _mm512_loadu_si512(p);
-                simd::opaque(v);  // keeps the compiler from folding the two into a masked load
-                return V::select(k, v);
-            } else {
-                return V::load(k, p);
-            }
-        };
+    // The values that load(p) gives at pa (and pb) into the totals.
+    auto add = [&](auto&& load, const T* pa, const T* pb) {
         const __m512i va = load(pa);
         if constexpr (O == NormOf::src) {
             num.add(va);
@@ -314,29 +208,42 @@ IntTotals intNormVector(Rows<const T> a, Rows<const T> b, Rows<const uint8_t> ma
             if constexpr (O == NormOf::rel) den.add(vb);
         }
     };
-    // The three channel patterns, held in registers through the rows.
+    // The lanes k of one vector. A whole vector inside the row is loaded
+    // unmasked, so that the load does not wait for the lane mask, and then
+    // zeroed where unselected; the row's last group loads under the mask.
+    auto body = [&]<bool Whole>(uint64_t k, const T* pa, const T* pb) {
+        add(
+            [k](const T* p) {
+                if constexpr (Whole)
+                    return simd::loadSelected(p, k);
+                else
+                    return simd::load(p, k);
+            },
+            pa, pb);
+    };
+    // Three channels. 16u: the channel is gathered into one vector; 8u: three
+    // vectors under the channel's lane masks (byte permutes are not in this
+    // instruction set), whose patterns are held in registers through the rows.
+    const simd::ChannelLanes<T, 3> lanes(c);
     const uint64_t p0 = lanes.pattern(0), p1 = lanes.pattern(1), p2 = lanes.pattern(2);
     const int s0 = lanes.first(0), s1 = lanes.first(1), s2 = lanes.first(2);
-    // 16u: the channel is gathered into one vector; 8u: three vectors under
-    // the channel's lane masks (byte permutes are not in this instruction set).
-    [[maybe_unused]] const Channel16Of3 gather16(c);
+    [[maybe_unused]] const auto gather16 = [c] {
+        if constexpr (sizeof(T) == 2)
+            return simd::Deinterleave<T, 3>(c);
+        else
+            return c;
+    }();
     auto group = [&]<bool Whole>(uint64_t px, const T* pa, const T* pb, int n) {
         if constexpr (Ch == 1) {
             body.template operator()<Whole>(px, pa, pb);
         } else if constexpr (sizeof(T) == 2) {
-            auto load = [&](const T* p) {
-                __m512i v = Whole ? gather16.load(p) : gather16.loadPart(p, n);
-                simd::opaque(v);  // as above
-                return V::select(px, v);
-            };
-            const __m512i va = load(pa);
-            if constexpr (O == NormOf::src) {
-                num.add(va);
-            } else {
-                const __m512i vb = load(pb);
-                num.addDiff(va, vb);
-                if constexpr (O == NormOf::rel) den.add(vb);
-            }
+            add(
+                [&](const T* p) {
+                    __m512i v = Whole ? gather16(p) : gather16(p, n);
+                    simd::opaque(v);  // keeps the compiler from folding the loads and the select into masked loads
+                    return simd::zeroOutside<T>(px, v);
+                },
+                pa, pb);
         } else {
             body.template operator()<Whole>(_pdep_u64(px >> s0, p0), pa, pb);
             body.template operator()<Whole>(_pdep_u64(px >> s1, p1), pa + E, pb + E);
@@ -349,14 +256,15 @@ IntTotals intNormVector(Rows<const T> a, Rows<const T> b, Rows<const uint8_t> ma
         const uint8_t* rm = mask[y];
         int x = 0, groups = 0;
         for (; x <= roi.width - E; x += E) {
-            group.template operator()<true>(V::pixels(rm + x, E), ra + ptrdiff_t{x} * Ch, rb + ptrdiff_t{x} * Ch, E);
+            group.template operator()<true>(simd::nonzeroLanes<E>(rm + x), ra + ptrdiff_t{x} * Ch,
+                                            rb + ptrdiff_t{x} * Ch, E);
             if (++groups == kGroupsPerFlush) {
                 num.flush(), den.flush();
                 groups = 0;
             }
         }
         if (x < roi.width)
-            group.template operator()<false>(V::pixels(rm + x, roi.width - x), ra + ptrdiff_t{x} * Ch,
+            group.template operator()<false>(simd::nonzeroLanes<E>(rm + x, roi.width - x), ra + ptrdiff_t{x} * Ch,
                                              rb + ptrdiff_t{x} * Ch, roi.width - x);
         num.flush(), den.flush();
     }
@@ -383,24 +291,19 @@ inline float lanePixel(float acc, float x) {
 }
 
 // d[l] = (A[l] + A[l+8]) + (B[l] + B[l+8]) in double, then halves folded
-// (d[l] + d[l+4], then e[l] + e[l+2], then f[0] + f[1]), then + t.
+// (d[l] + d[l+4], then e[l] + e[l+2], then f[0] + f[1]: simd::pairwiseSum),
+// then + t.
 inline double rowSum(const float* A, const float* B, float t) {
-    double d[8], e[4], f[2];
+    double d[8];
     for (int l = 0; l < 8; ++l) d[l] = (double(A[l]) + double(A[l + 8])) + (double(B[l]) + double(B[l + 8]));
-    for (int l = 0; l < 4; ++l) e[l] = d[l] + d[l + 4];
-    for (int l = 0; l < 2; ++l) f[l] = e[l] + e[l + 2];
-    return (f[0] + f[1]) + double(t);
+    return simd::pairwiseSum(d) + double(t);
 }
 
 inline double rowSum(__m512 A, __m512 B, float t) {
-    auto lo = [](__m512 v) { return _mm512_cvtps_pd(_mm512_castps512_ps256(v)); };
-    auto hi = [](__m512 v) {
-        return _mm512_cvtps_pd(_mm256_castpd_ps(_mm512_extractf64x4_pd(_mm512_castps_pd(v), 1)));
-    };
-    const __m512d d = _mm512_add_pd(_mm512_add_pd(lo(A), hi(A)), _mm512_add_pd(lo(B), hi(B)));
-    const __m256d e = _mm256_add_pd(_mm512_castpd512_pd256(d), _mm512_extractf64x4_pd(d, 1));
-    const __m128d f = _mm_add_pd(_mm256_castpd256_pd128(e), _mm256_extractf128_pd(e, 1));
-    return (_mm_cvtsd_f64(f) + _mm_cvtsd_f64(_mm_unpackhi_pd(f, f))) + double(t);
+    using simd::halfToDouble;
+    const __m512d d = _mm512_add_pd(_mm512_add_pd(halfToDouble<0>(A), halfToDouble<1>(A)),
+                                    _mm512_add_pd(halfToDouble<0>(B), halfToDouble<1>(B)));
+    return simd::reduceAdd(d) + double(t);
 }
 
 template <NormKind K, NormOf O, int Ch>
@@ -437,40 +340,6 @@ NormTotals floatSumScalar(Rows<const float> a, Rows<const float> b, Rows<const u
     return t;
 }
 
-// Sixteen pixels of channel c of a three-channel row, gathered from the 48
-// values at p by two two-source permutes.
-class ChannelOf3 {
-public:
-    explicit ChannelOf3(int c) {
-        alignas(64) int32_t i01[16], i2[16];
-        for (int i = 0; i < 16; ++i) {
-            const int e = 3 * i + c;
-            i01[i] = e < 32 ? e : 0;
-            i2[i] = e < 32 ? i : 16 + (e - 32);
-        }
-        idx01_ = _mm512_load_si512(i01);
-        idx2_ = _mm512_load_si512(i2);
-    }
-    // The first 3n values at p are read (n = 8 or 16); lanes >= n are undefined then.
-    __m512 load(const float* p, int n) const {
-        const __m512 v0 = _mm512_loadu_ps(p);
-        const __m512 v1 = n == 16 ? _mm512_loadu_ps(p + 16) : _mm512_maskz_loadu_ps(0xFF, p + 16);
-        const __m512 v2 = n == 16 ? _mm512_loadu_ps(p + 32) : _mm512_setzero_ps();
-        return _mm512_permutex2var_ps(_mm512_permutex2var_ps(v0, idx01_, v1), idx2_, v2);
-    }
-    // Any n in 0..16, masked loads.
-    __m512 loadPart(const float* p, int n) const {
-        const int e = 3 * n;
-        const __m512 v0 = _mm512_maskz_loadu_ps(simd::firstLanes16(std::min(e, 16)), p);
-        const __m512 v1 = _mm512_maskz_loadu_ps(simd::firstLanes16(std::clamp(e - 16, 0, 16)), p + 16);
-        const __m512 v2 = _mm512_maskz_loadu_ps(simd::firstLanes16(std::clamp(e - 32, 0, 16)), p + 32);
-        return _mm512_permutex2var_ps(_mm512_permutex2var_ps(v0, idx01_, v1), idx2_, v2);
-    }
-
-private:
-    __m512i idx01_, idx2_;
-};
-
 template <NormKind K>
 inline __m512 laneBlock(__m512 acc, __mmask16 k, __m512 x) {
     if constexpr (K == NormKind::l1)
@@ -479,16 +348,11 @@ inline __m512 laneBlock(__m512 acc, __mmask16 k, __m512 x) {
         return _mm512_mask3_fmadd_ps(x, x, acc, k);
 }
 
-inline __mmask16 nonzero8(const uint8_t* m) {
-    const __m128i v = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(m));
-    return static_cast<__mmask16>(_mm_test_epi8_mask(v, v) & 0xFF);
-}
-
 template <NormKind K, NormOf O, int Ch>
 NormTotals floatSumVector(Rows<const float> a, Rows<const float> b, Rows<const uint8_t> mask, ImageSize roi, int c) {
     NormTotals t;
     const int w = roi.width;
-    const ChannelOf3 gather(c);
+    const simd::Deinterleave<float, Ch> gather(c);
     for (int y = 0; y < roi.height; ++y) {
         const float* ra = a[y];
         const float* rb = b[y];
@@ -497,12 +361,7 @@ NormTotals floatSumVector(Rows<const float> a, Rows<const float> b, Rows<const u
         float nT = 0.0f, dT = 0.0f;
         // n (16 or 8) pixels from x into the lanes n, d.
         auto block = [&](int x, int n, __mmask16 k, __m512& accN, __m512& accD) {
-            auto load = [&](const float* r) {
-                if constexpr (Ch == 1)
-                    return n == 16 ? _mm512_loadu_ps(r + x) : _mm512_maskz_loadu_ps(0xFF, r + x);
-                else
-                    return gather.load(r + ptrdiff_t{x} * 3, n);
-            };
+            auto load = [&](const float* r) { return gather(r + ptrdiff_t{x} * Ch, n); };
             const __m512 va = load(ra);
             if constexpr (O == NormOf::src) {
                 accN = laneBlock<K>(accN, k, va);
@@ -514,17 +373,16 @@ NormTotals floatSumVector(Rows<const float> a, Rows<const float> b, Rows<const u
         };
         int x = 0;
         for (; x + 32 <= w; x += 32) {
-            const __m256i m = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(rm + x));
-            const __mmask32 k = _mm256_test_epi8_mask(m, m);
+            const __mmask32 k = simd::nonzeroLanes<32>(rm + x);
             block(x, 16, static_cast<__mmask16>(k), nA, dA);
             block(x + 16, 16, static_cast<__mmask16>(k >> 16), nB, dB);
         }
         if (x + 16 <= w) {
-            block(x, 16, simd::nonzeroLanes16(rm + x), nA, dA);
+            block(x, 16, simd::nonzeroLanes<16>(rm + x), nA, dA);
             x += 16;
         }
         if (x + 8 <= w) {
-            block(x, 8, nonzero8(rm + x), nA, dA);
+            block(x, 8, simd::nonzeroLanes<8>(rm + x), nA, dA);
             x += 8;
         }
         for (; x < w; ++x) {
@@ -576,13 +434,10 @@ struct FloatMaxVector {
     __m512i m = _mm512_setzero_si512();
     void add(__mmask16 k, __m512 x) {
         const __m512i bits = _mm512_and_si512(_mm512_castps_si512(x), _mm512_set1_epi32(0x7FFFFFFF));
-        m = _mm512_mask_max_epu32(m, k, m, bits);
+        m = simd::max<uint32_t>(m, k, m, bits);
     }
     double value() const {
-        alignas(64) uint32_t l[16];
-        _mm512_store_si512(l, m);
-        uint32_t r = 0;
-        for (uint32_t v : l) r = v > r ? v : r;
+        const uint32_t r = simd::reduceMax<uint32_t>(m);
         return r > 0x7F800000u ? std::numeric_limits<double>::quiet_NaN() : double(std::bit_cast<float>(r));
     }
 };
@@ -590,22 +445,16 @@ struct FloatMaxVector {
 template <NormOf O, int Ch>
 NormTotals floatMaxVector(Rows<const float> a, Rows<const float> b, Rows<const uint8_t> mask, ImageSize roi, int c) {
     FloatMaxVector num, den;
-    const ChannelOf3 gather(c);
+    const simd::Deinterleave<float, Ch> gather(c);
     for (int y = 0; y < roi.height; ++y) {
         const float* ra = a[y];
         const float* rb = b[y];
         const uint8_t* rm = mask[y];
         // Whole blocks of 16 load unmasked; the row's last block under a lane mask.
         auto block = [&]<bool Whole>(int x, int n) {
-            const __mmask16 lanes = simd::firstLanes16(n);
-            const __m128i mv = Whole ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(rm + x))
-                                     : _mm_maskz_loadu_epi8(lanes, rm + x);
-            const __mmask16 k = _mm_test_epi8_mask(mv, mv);
+            const __mmask16 k = Whole ? simd::nonzeroLanes<16>(rm + x) : simd::nonzeroLanes<16>(rm + x, n);
             auto load = [&](const float* r) {
-                if constexpr (Ch == 1)
-                    return Whole ? _mm512_loadu_ps(r + x) : _mm512_maskz_loadu_ps(lanes, r + x);
-                else
-                    return Whole ? gather.load(r + ptrdiff_t{x} * 3, 16) : gather.loadPart(r + ptrdiff_t{x} * 3, n);
+                return Whole ? gather(r + ptrdiff_t{x} * Ch) : gather(r + ptrdiff_t{x} * Ch, n);
             };
             const __m512 va = load(ra);
             if constexpr (O == NormOf::src) {
