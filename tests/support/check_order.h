@@ -22,7 +22,9 @@
 
 namespace zt {
 
-// The arguments of a call under test; images in argument order.
+// The arguments of a call under test, images and blocks in argument order;
+// step[i] is pointer i's row step, kNoStep for a block passed without one.
+inline constexpr int kNoStep = INT32_MIN;
 struct CallArgs {
     std::vector<void*> ptr;
     std::vector<int> step;
@@ -33,16 +35,16 @@ struct CallArgs {
 using Caller = std::function<ZepStatus(const CallArgs&)>;
 
 // Calls F with its arguments taken in order from `a`: a pointer parameter the
-// next pointer, an int right after a pointer the next step while steps are
-// left, the first ImageSize (or ImageSizeL) the ROI, a later ImageSize or an
-// ImagePoint the next two parameters, any other the next parameter.
+// next pointer, an int right after a pointer that pointer's step (unless it
+// has none), the first ImageSize (or ImageSizeL) the ROI, a later ImageSize or
+// an ImagePoint the next two parameters, any other the next parameter.
 template <auto F>
 ZepStatus callWith(const CallArgs& a) {
-    size_t p = 0, s = 0, q = 0;
+    size_t p = 0, q = 0;
     bool afterPointer = false, roiTaken = false;
     auto next = [&]<class T>(std::type_identity<T>) -> T {
-        const bool step =
-            std::exchange(afterPointer, std::is_pointer_v<T>) && std::is_same_v<T, int> && s < a.step.size();
+        const bool step = std::exchange(afterPointer, std::is_pointer_v<T>) && std::is_same_v<T, int> &&
+                          p - 1 < a.step.size() && a.step[p - 1] != kNoStep;
         if constexpr (std::is_pointer_v<T>)
             return static_cast<T>(a.ptr[p++]);
         else if constexpr (std::is_same_v<T, ImageSize> || std::is_same_v<T, ImageSizeL> ||
@@ -51,22 +53,35 @@ ZepStatus callWith(const CallArgs& a) {
                        ? T{a.roi.width, a.roi.height}
                        : T{int(a.param[q++]), int(a.param[q++])};
         else
-            return step ? T(a.step[s++]) : T(a.param[q++]);
+            return step ? T(a.step[p - 1]) : T(a.param[q++]);
     };
     return [&]<class... P>(ZepStatus (*)(P...)) {
         return std::apply(F, std::tuple<P...>{next(std::type_identity<P>{})...});
     }(F);
 }
 
-// Element size, channels, and the step group of an image: the groups are
-// checked one after another, each for step sizes first, then for multiples.
-// An image with a margin is that many pixels wider and taller than the ROI.
+// An image argument: element size, channels, and its step group (the groups
+// are checked one after another, each for step sizes first, then for
+// multiples). An image with a margin is that many pixels wider and taller
+// than the ROI. A block (bytes > 0) is memory of that many bytes passed
+// without a step: a result, a spec or a buffer. Outputs are written by the
+// call; masks hold zeros and nonzeros in random densities.
 struct ImageRole {
     int elemBytes;
     int channels;
     int stepGroup;
     int margin = 0;
+    bool output = false;
+    int bytes = 0;
+    bool mask = false;
 };
+
+inline ImageRole input(int elemBytes, int channels = 1, int group = 0) { return {elemBytes, channels, group}; }
+inline ImageRole output(int elemBytes, int channels = 1, int group = 1) {
+    return {elemBytes, channels, group, 0, true};
+}
+inline ImageRole maskOf(int group) { return {1, 1, group, 0, false, 0, true}; }
+inline ImageRole result(int bytes) { return {1, 1, -1, 0, true, bytes}; }
 
 // A breaker spoils one argument of a call described by Args.
 template <class Args>
@@ -99,6 +114,8 @@ inline std::vector<Breaker> standardBreakers(const std::vector<ImageRole>& roles
             const int row = (roi.width + roles[i].margin) * roles[i].channels * roles[i].elemBytes;
             b.push_back({"short step " + std::to_string(i), 100 + i,
                          [i, row, e = roles[i].elemBytes](CallArgs& a) { a.step[i] = row - e; }, zepStsBadStep});
+            b.push_back({"negative step " + std::to_string(i), 100 + i, [i, row](CallArgs& a) { a.step[i] = -row; },
+                         zepStsBadStep});
         }
         for (int i = 0; i < n; ++i) {
             if (roles[i].stepGroup != g || roles[i].elemBytes == 1) continue;
@@ -144,20 +161,27 @@ void expectOrder(const std::string& name, const Args& valid, const Call& call,
     }
 }
 
-// Guarded byte images of random contents for `roles` at `roi` (steps and
-// misalignment kept to each element size), and the valid call on them.
+// Guarded images of random contents for `roles` at `roi` (steps and
+// misalignment kept to each element size; floats with specials, masks in a
+// random density), and the valid call on them.
 struct RoleImages {
     std::deque<Image<uint8_t>> images;
     CallArgs valid;
     std::vector<const Canvas*> canvases;
-    RoleImages(const std::vector<ImageRole>& roles, ImageSize roi, std::vector<double> param = {})
+    RoleImages(const std::vector<ImageRole>& roles, ImageSize roi, std::vector<double> param = {}, uint32_t seed = 1)
         : valid{{}, {}, roi, std::move(param)} {
-        std::mt19937 rng(1);
+        std::mt19937 rng(seed);
         for (const ImageRole& r : roles) {
-            const auto& img = images.emplace_back(rng, (roi.width + r.margin) * r.elemBytes * r.channels,
-                                                  roi.height + r.margin, 1, false, r.elemBytes);
+            const bool block = r.bytes > 0;
+            const auto& img = block ? images.emplace_back(rng, r.bytes, 1, 1, false, 8)
+                                    : images.emplace_back(rng, (roi.width + r.margin) * r.elemBytes * r.channels,
+                                                          roi.height + r.margin, 1, false, r.elemBytes);
+            if (r.mask)
+                fillMask(rng, img, kDensities[rng() % 5]);
+            else if (!block)  // now and then few distinct values, so that specials and ties meet
+                fillSource(rng, img, r.elemBytes, seed % 3 == 2 ? Values::ties : Values::random);
             valid.ptr.push_back(img.data());
-            valid.step.push_back(img.step());
+            valid.step.push_back(block ? kNoStep : img.step());
             canvases.push_back(&img.canvas);
         }
     }
