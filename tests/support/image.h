@@ -221,15 +221,17 @@ inline int64_t firstDifference(const Canvas& a, const Canvas& b) {
     return -1;
 }
 
-// Rewrites every NaN in the region of a 32f canvas as the default quiet NaN:
-// which NaN payload and sign an operation with several NaN operands returns
-// follows the processor's operand order, not the library's rules.
-inline void canonicalizeNaNs(const Canvas& c) {
-    for (int64_t y = 0; y < c.height(); ++y) {
-        float* row = reinterpret_cast<float*>(c.row(y));
-        for (int64_t x = 0; x < c.rowBytes() / 4; ++x)
-            if (std::isnan(row[x])) row[x] = std::numeric_limits<float>::quiet_NaN();
-    }
+// Rewrites every NaN in the region of a 32f or 64f canvas as the default
+// quiet NaN: which NaN payload and sign an operation with several NaN
+// operands returns follows the processor's operand order, not the rules.
+template <class F = float>
+void canonicalizeNaNs(const Canvas& c) {
+    for (int64_t y = 0; y < c.height(); ++y)
+        for (int64_t x = 0; x + int64_t{sizeof(F)} <= c.rowBytes(); x += sizeof(F)) {
+            F v;
+            std::memcpy(&v, c.row(y) + x, sizeof v);
+            if (std::isnan(v)) v = std::numeric_limits<F>::quiet_NaN(), std::memcpy(c.row(y) + x, &v, sizeof v);
+        }
 }
 
 // The first byte outside the region that differs from `before`, or -1.

@@ -49,4 +49,10 @@ struct Entry {
 bool enrol(std::vector<Entry> entries);
 const std::vector<Entry>& registry();
 
+// Runs the export on the images and the model on copies of its outputs: the
+// two statuses must be the same; on success the outputs must agree byte for
+// byte (NaNs by class if the entry says so) and nothing else may change; on
+// an error nothing may change at all.
+::testing::AssertionResult agreesWithModel(const Entry& e, const RoleImages& img);
+
 }  // namespace zt
