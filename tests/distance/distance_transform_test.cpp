@@ -108,6 +108,7 @@ Entry chamfer(const char* name) {
                 return withLast<F>(a, (void*)k);
             },
             chamferRule<D, M, InPlace>};
+    e.nans = zt::NaNs::exact;  // none made; 8u and 16u outputs are no floats
     e.params = [](std::mt19937& rng, ImageSize) {
         std::vector<double> k(3);
         for (double& c : k)
