@@ -1,226 +1,256 @@
-// Chamfer transforms: vector against scalar rule, worked examples
-// (saturation, the a > b replacement), standard costs, the check order, and
-// cv::distanceTransform (chessboard, city block, L2).
-#include "distance/distance_transform.h"
-
+// Distance transforms: the registry's entries with their rules written out
+// (the chamfer scans plainly, the exact transform by search), the buffer size
+// query, deep envelopes, and OpenCV as a peer.
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cfloat>
+#include <cmath>
 #include <opencv2/imgproc.hpp>
-#include <random>
-#include <string>
 
-#include "support/check_order.h"
+#include "support/registry.h"
 
 namespace {
 
-using zep::Path;
-using zt::Image;
+using zt::CallArgs;
+using zt::Entry;
 
-// The calls take the source, the destination and the costs as pointers; the
-// in-place forms read the destination only.
-struct Case {
-    std::string name;
-    int mask, dstBytes;
-    bool inPlace;
-    zt::Caller exported, scalar;
-};
+template <class T>
+T& at(const CallArgs& a, int i, int r, int c) {
+    return zt::rowOf<T>(a, i, r)[c];
+}
 
-template <class D, int M, auto F>
-Case make(const char* name) {
+// The call with its last pointer, a marker (null when broken), replaced by p.
+template <auto F>
+ZepStatus withLast(CallArgs a, void* p) {
+    a.ptr.back() = a.ptr.back() ? p : nullptr;
+    return zt::callWith<F>(a);
+}
+
+// Zero pixels start at 0, the others at the largest value. A forward scan
+// (rows down, left to right), then a backward scan (mirrored) lower every
+// pixel to a visited neighbour plus its step cost: orthogonal a, diagonal b,
+// knight c (5x5); integer sums saturate. a > b acts as b from 2 x 2 on.
+template <class D, int M, bool InPlace>
+ZepStatus chamferRule(const CallArgs& a) {
     using C = std::conditional_t<std::is_same_v<D, float>, float, int32_t>;
-    return Case(name, M, sizeof(D), false, zt::callWith<F>,
-                zt::callWith<zep::distance::chamferImage<Path::scalar, D, M, C>>);
-}
-
-template <int M, auto F>
-Case makeInPlace(const char* name) {
-    Case c = make<uint8_t, M, zepiDistanceTransform_3x3_8u_C1R>(name);
-    c.inPlace = true;
-    c.exported = [](const zt::CallArgs& a) {
-        return F(static_cast<uint8_t*>(a.ptr[1]), a.step[1], a.roi, static_cast<const int32_t*>(a.ptr[2]));
-    };
-    return c;
-}
-
-const std::vector<Case>& cases() {
-    static const std::vector<Case> c = {
-        make<uint8_t, 3, zepiDistanceTransform_3x3_8u_C1R>("3x3_8u"),
-        make<uint16_t, 3, zepiDistanceTransform_3x3_8u16u_C1R>("3x3_8u16u"),
-        make<float, 3, zepiDistanceTransform_3x3_8u32f_C1R>("3x3_8u32f"),
-        make<uint8_t, 5, zepiDistanceTransform_5x5_8u_C1R>("5x5_8u"),
-        make<uint16_t, 5, zepiDistanceTransform_5x5_8u16u_C1R>("5x5_8u16u"),
-        make<float, 5, zepiDistanceTransform_5x5_8u32f_C1R>("5x5_8u32f"),
-        makeInPlace<3, zepiDistanceTransform_3x3_8u_C1IR>("3x3_8u_C1IR"),
-        makeInPlace<5, zepiDistanceTransform_5x5_8u_C1IR>("5x5_8u_C1IR"),
-    };
-    return c;
-}
-
-// Costs in the case's type.
-std::vector<uint8_t> pack(const Case& c, std::array<double, 3> k) {
-    std::vector<uint8_t> out(12);
-    for (int i = 0; i < 3; ++i)
-        if (c.dstBytes == 4)
-            reinterpret_cast<float*>(out.data())[i] = float(k[i]);
-        else
-            reinterpret_cast<int32_t*>(out.data())[i] = int32_t(k[i]);
-    return out;
-}
-
-// The Euclidean standard costs, or a > b.
-std::vector<uint8_t> costs(const Case& c, int pick) {
-    const std::array<double, 3> f[3] = {{0.955f, 1.3693f, 2.1969f}, {3.5, 2.25, 4.0}, {1.0, 1.4f, 2.1969f}};
-    const std::array<double, 3> i[3] = {{2, 3, 4}, {7, 5, 11}, {1, 300, 100000}};
-    return pack(c, c.dstBytes == 4 ? f[pick] : i[pick]);
-}
-
-// One case on a whole cv::Mat with costs k; the result as doubles.
-cv::Mat run(const Case& c, const cv::Mat& src, std::array<double, 3> k) {
-    cv::Mat dst(src.size(), c.dstBytes == 1 ? CV_8U : c.dstBytes == 2 ? CV_16U : CV_32F), out;
-    if (c.inPlace) src.copyTo(dst);
-    std::vector<uint8_t> costs = pack(c, k);
-    EXPECT_EQ(
-        c.exported({{src.data, dst.data, costs.data()}, {int(src.step), int(dst.step)}, {src.cols, src.rows}, {}}),
-        zepStsOk)
-        << c.name;
-    dst.convertTo(out, CV_64F);
-    return out;
-}
-
-// Random sources with a chosen share of zero pixels (none, sparse, dense).
-void sprinkle(std::mt19937& rng, Image<uint8_t>& img, int density) {
-    for (int y = 0; y < img.height; ++y)
-        for (int x = 0; x < img.width; ++x)
-            img.at(y)[x] = density > 0 && rng() % 1000 < unsigned(density) ? 0 : uint8_t(1 + rng() % 255);
-}
-
-TEST(DistanceTransform, VectorPathAgreesWithScalarDefinition) {
-    std::mt19937 rng(91);
-    for (const Case& c : cases()) {
-        for (int w : zt::sweepWidths()) {
-            for (int h : {1, 2, 5, 40}) {
-                Image<uint8_t> src(rng, w, h);
-                sprinkle(rng, src, int(std::vector<int>{0, 3, 40, 300}[rng() % 4]));
-                Image<uint8_t> dst(rng, w * c.dstBytes, h, 1, false, c.dstBytes);
-                if (c.inPlace)
-                    for (int y = 0; y < h; ++y) std::memcpy(dst.at(y), src.at(y), w);
-                const auto k = costs(c, int(rng() % 3));
-                auto on = [&](const zt::Caller& f) {
-                    return [&](uint8_t* d) {
-                        return f({{src.data(), d, (void*)k.data()}, {src.step(), dst.step()}, {w, h}, {}});
-                    };
-                };
-                ASSERT_TRUE(zt::agree(dst, on(c.exported), on(c.scalar)))
-                    << c.name << " width " << w << " height " << h;
+    static const int steps[8][3] = {{-1, 0, 0},  {-1, -1, 1}, {0, -1, 0}, {1, -1, 1},
+                                    {-2, -1, 2}, {-1, -2, 2}, {1, -2, 2}, {2, -1, 2}};
+    const int w = a.roi.width, h = a.roi.height, o = InPlace ? 0 : 1;
+    const D top = std::is_same_v<D, float> ? D(FLT_MAX) : std::numeric_limits<D>::max();
+    C k[3] = {C(a.param[0]), C(a.param[1]), C(a.param[2])};
+    if (k[0] > k[1] && w >= 2 && h >= 2) k[0] = k[1];
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) at<D>(a, o, y, x) = at<uint8_t>(a, 0, y, x) ? top : D(0);
+    for (int s : {1, -1})
+        for (int i = 0; i < w * h; ++i) {
+            const int y = s > 0 ? i / w : h - 1 - i / w, x = s > 0 ? i % w : w - 1 - i % w;
+            for (int n = 0; n < (M == 3 ? 4 : 8); ++n) {
+                const int u = x + s * steps[n][0], v = y + s * steps[n][1];
+                if (u < 0 || u >= w || v < 0 || v >= h) continue;
+                const D d = std::is_same_v<D, float>
+                                ? D(at<D>(a, o, v, u) + k[steps[n][2]])
+                                : D(std::min<int64_t>(int64_t(at<D>(a, o, v, u)) + k[steps[n][2]], top));
+                at<D>(a, o, y, x) = std::min(at<D>(a, o, y, x), d);
             }
         }
-    }
+    return zepStsOk;
 }
 
-TEST(DistanceTransform, CheckOrder) {
-    const ImageSize roi{5, 3};
-    for (const Case& c : cases()) {
-        const zt::RoleImages img({{1, 1, 0}, {c.dstBytes, 1, 0}}, roi);
-        std::vector<uint8_t> k = costs(c, 0);
-        zt::CallArgs valid = img.valid;
-        valid.ptr.push_back(k.data());
-        std::vector<zt::Breaker> b = zt::standardBreakers({{1, 1, 0}, {c.dstBytes, 1, 0}}, roi);
-        if (c.inPlace)  // one image: its pointer and step stand for both
-            std::erase_if(b, [](const zt::Breaker& x) { return x.what.back() == '0'; });
-        const auto firstSize =
-            std::find_if(b.begin(), b.end(), [](const zt::Breaker& x) { return x.what == "zero width"; });
-        b.insert(firstSize, zt::nullBreaker(2));
-        // A cost below 1 (integers) or not above 0 (floats), in each position.
-        std::vector<std::vector<uint8_t>> bad(c.mask == 3 ? 2 : 3);
-        for (size_t i = 0; i < bad.size(); ++i) {
-            std::array<double, 3> spoilt = c.dstBytes == 4 ? std::array{1.0, 1.4, 2.2} : std::array{2.0, 3.0, 4.0};
-            spoilt[i] = c.dstBytes == 4 && i == 1 ? NAN : 0.0;
-            bad[i] = pack(c, spoilt);
-            b.push_back({"bad cost " + std::to_string(i), 50,
-                         [&bad, i](zt::CallArgs& a) { a.ptr[2] = bad[i].data(); }, zepStsBadMetric});
+// The square root (in float) of the least squared distance to a zero pixel,
+// +inf without one, over the columns that have zeros: g is each pixel's
+// squared distance to the nearest zero of its column, above or below.
+ZepStatus exactRule(const CallArgs& a) {
+    const int w = a.roi.width, h = a.roi.height;
+    std::vector<int64_t> g(size_t(w) * h, INT64_MAX);
+    for (int u = 0; u < w; ++u)
+        for (int s : {1, -1})
+            for (int i = 0, z = -1; i < h; ++i) {
+                const int y = s > 0 ? i : h - 1 - i;
+                z = at<uint8_t>(a, 0, y, u) == 0 ? y : z;
+                if (z >= 0) g[size_t(y) * w + u] = std::min<int64_t>(g[size_t(y) * w + u], int64_t(y - z) * (y - z));
+            }
+    for (int y = 0; y < h; ++y) {
+        std::vector<int> zeros;
+        for (int u = 0; u < w; ++u)
+            if (g[size_t(y) * w + u] < INT64_MAX) zeros.push_back(u);
+        for (int x = 0; x < w; ++x) {
+            int64_t best = INT64_MAX;
+            for (int u : zeros) best = std::min(best, int64_t(x - u) * (x - u) + g[size_t(y) * w + u]);
+            at<float>(a, 1, y, x) = best == INT64_MAX ? INFINITY : std::sqrt(float(best));
         }
-        zt::expectOrder(c.name, valid, c.exported, b, {img.canvases[1]});
     }
+    return zepStsOk;
 }
 
-TEST(DistanceTransform, SaturationNoZerosAndAllZeros) {
-    // A 1 x 400 row with one zero at the left: costs (1, 1) count up and stop at 255 in 8u.
-    cv::Mat row(1, 400, CV_8U, cv::Scalar(1));
-    row.at<uint8_t>(0, 0) = 0;
-    for (const Case& c : cases()) {
-        const double largest = c.dstBytes == 1 ? 255 : c.dstBytes == 2 ? 65535 : FLT_MAX;
-        if (c.mask == 3) {
-            const cv::Mat d = run(c, row, {1, 1, 1});
-            for (int x = 0; x < 400; ++x) EXPECT_EQ(d.at<double>(0, x), std::min<double>(x, largest)) << c.name;
+// Standard costs for kernel 3 or 5 and norm 0, 1 or 2 (or their code 10 x
+// kernel + norm).
+template <class C>
+ZepStatus costsRule(const CallArgs& a) {
+    const int k = a.param.size() == 1 ? int(a.param[0]) / 10 : int(a.param[0]), n = int(a.param.back()) % 10;
+    const float f[2][3][3] = {{{1, 1}, {1, 2}, {0.955f, 1.3693f}}, {{1, 1, 2}, {1, 2, 3}, {1, 1.4f, 2.1969f}}};
+    const int32_t i[2][3][3] = {{{1, 1}, {1, 2}, {2, 3}}, {{1, 1, 2}, {1, 2, 3}, {5, 7, 11}}};
+    for (int j = 0; j <= k / 2; ++j)
+        at<C>(a, 0, 0, j) = std::is_same_v<C, float> ? C(f[k / 5][n][j]) : C(i[k / 5][n][j]);
+    return zepStsOk;
+}
+
+// Costs drawn per call (now and then large enough to saturate), passed
+// through the marker; a cost below 1 (not above 0 for 32f) in any position
+// is checked after the steps.
+template <auto F, class D, int M, bool InPlace = false>
+Entry chamfer(const char* name) {
+    using C = std::conditional_t<std::is_same_v<D, float>, float, int32_t>;
+    std::vector<zt::ImageRole> args = {zt::input(1), zt::output(sizeof(D), 1, 0), {1, 1, -1, 0, false, 1}};
+    if (InPlace) args.erase(args.begin());
+    Entry e{name, args,
+            [](const CallArgs& a) {
+                const C k[3] = {C(a.param[0]), C(a.param[1]), C(a.param[2])};
+                return withLast<F>(a, (void*)k);
+            },
+            chamferRule<D, M, InPlace>};
+    e.nans = zt::NaNs::exact;  // none made; 8u and 16u outputs are no floats
+    e.params = [](std::mt19937& rng, ImageSize) {
+        std::vector<double> k(3);
+        for (double& c : k)
+            c = std::is_same_v<C, float> ? (1 + rng() % 1000) / 64.0 : 1 + rng() % (rng() % 4 ? 9 : 99999);
+        return k;
+    };
+    e.checks = [](std::vector<zt::Breaker>& b) {
+        const double bad[3] = {0, std::is_same_v<C, float> ? NAN : -1, 0};
+        for (int i = 0; i < M / 2 + 1; ++i)
+            b.push_back({"bad cost", 50, [i, bad](CallArgs& a) { a.param[i] = bad[i]; }, zepStsBadMetric});
+    };
+    for (int w : zt::sweepWidths())
+        for (int h : {1, 2, 5, 40}) e.sizes.push_back({w, h});
+    return e;
+}
+
+// Kernel and norm (or their code) from the width of sizes 1 to 6.
+template <auto F, class C, bool Code>
+Entry costTable(const char* name) {
+    Entry e{name, {zt::result(12)}, zt::callWith<F>, costsRule<C>};
+    e.params = [](std::mt19937&, ImageSize roi) {
+        const double k = roi.width > 3 ? 5 : 3, n = (roi.width - 1) % 3;
+        return Code ? std::vector<double>{10 * k + n} : std::vector<double>{k, n};
+    };
+    e.sizes = {{1, 1}, {2, 1}, {3, 1}, {4, 1}, {5, 1}, {6, 1}};
+    // The pointer, then the kernel, then the norm; the code's remainder first.
+    e.checks = [](std::vector<zt::Breaker>& b) {
+        b.resize(1);
+        if (Code) b.insert(b.begin(), {"remainder 3", 9, [](CallArgs& a) { a.param[0] = 33; }, zepStsBadArg});
+        b.push_back({"kernel 4", 9, [](CallArgs& a) { a.param[0] = Code ? 42 : 4; }, zepStsBadSize});
+        if (!Code) b.push_back({"norm 3", 10, [](CallArgs& a) { a.param[1] = 3; }, zepStsBadArg});
+    };
+    return e;
+}
+
+// The buffer of the queried size, misaligned and guarded: the call must
+// write nothing around it.
+ZepStatus exactCall(const CallArgs& a) {
+    int n = 64;
+    zepiTrueDistanceTransformGetBufferSize_8u32f_C1R(a.roi, &n);
+    const zt::Canvas buffer = zt::bufferOf(n, 1 + a.roi.width % 63);
+    const std::vector<uint8_t> before = buffer.bytes();
+    const ZepStatus s = withLast<zepiTrueDistanceTransform_8u32f_C1R>(a, buffer.first());
+    return zt::firstGuardChange(buffer, before) < 0 ? s : ZepStatus(-1);  // not a library status
+}
+
+const bool enrolled = zt::enrol({
+    chamfer<zepiDistanceTransform_3x3_8u_C1R, uint8_t, 3>("zepiDistanceTransform_3x3_8u_C1R"),
+    chamfer<zepiDistanceTransform_3x3_8u_C1IR, uint8_t, 3, true>("zepiDistanceTransform_3x3_8u_C1IR"),
+    chamfer<zepiDistanceTransform_3x3_8u16u_C1R, uint16_t, 3>("zepiDistanceTransform_3x3_8u16u_C1R"),
+    chamfer<zepiDistanceTransform_3x3_8u32f_C1R, float, 3>("zepiDistanceTransform_3x3_8u32f_C1R"),
+    chamfer<zepiDistanceTransform_5x5_8u_C1R, uint8_t, 5>("zepiDistanceTransform_5x5_8u_C1R"),
+    chamfer<zepiDistanceTransform_5x5_8u_C1IR, uint8_t, 5, true>("zepiDistanceTransform_5x5_8u_C1IR"),
+    chamfer<zepiDistanceTransform_5x5_8u16u_C1R, uint16_t, 5>("zepiDistanceTransform_5x5_8u16u_C1R"),
+    chamfer<zepiDistanceTransform_5x5_8u32f_C1R, float, 5>("zepiDistanceTransform_5x5_8u32f_C1R"),
+    costTable<zepiGetDistanceTransformMask_32f, float, false>("zepiGetDistanceTransformMask_32f"),
+    costTable<zepiGetDistanceTransformMask_32s, int32_t, false>("zepiGetDistanceTransformMask_32s"),
+    costTable<zepiGetDistanceTransformMask, float, true>("zepiGetDistanceTransformMask"),
+    [] {
+        Entry e{"zepiTrueDistanceTransform_8u32f_C1R",
+                {zt::input(1), zt::output(4, 1, 0), {1, 1, -1, 0, false, 1}},
+                exactCall,
+                exactRule};
+        e.covers = {"zepiTrueDistanceTransformGetBufferSize_8u32f_C1R"};
+        for (int w : zt::sweepWidths())
+            for (int h : {1, 3, 7, 33}) e.sizes.push_back({w, h});
+        return e;
+    }(),
+});
+
+TEST(DistanceRules, BufferSizeUpToTheLargestThatFitsAnInt) {
+    const auto size = zepiTrueDistanceTransformGetBufferSize_8u32f_C1R;
+    EXPECT_EQ(zt::queried(size, ImageSize{5, 3}), 8 * 24 + 56);
+    EXPECT_EQ(zt::queried(size, ImageSize{1, 1}), 4 * 24 + 56);
+    EXPECT_EQ(zt::queried(size, ImageSize{7, 1001}), 1004 * 24 + 56);
+    EXPECT_EQ(zt::queried(size, ImageSize{89478480, 1}), 89478480 * 24 + 56);
+    // Past it (at INT32_MAX, or where 32 bits would wrap): refused with nothing
+    // written, and so is the transform of such an image. Null before the size.
+    int n = -1;
+    for (const ImageSize big :
+         {ImageSize{89478481, 1}, ImageSize{1, 178956971}, ImageSize{INT32_MAX, 1}, ImageSize{INT32_MAX, INT32_MAX}})
+        EXPECT_EQ(size(big, &n), zepStsSizeOverflow) << big.width << "x" << big.height;
+    EXPECT_EQ(size({0, 3}, nullptr), zepStsNullPointer);
+    EXPECT_EQ(size({0, 3}, &n), zepStsBadSize);
+    EXPECT_EQ(size({3, -1}, &n), zepStsBadSize);
+    EXPECT_EQ(n, -1);
+    uint8_t pixel = 1, scratch[64];
+    float out = 0.0f;
+    EXPECT_EQ(zepiTrueDistanceTransform_8u32f_C1R(&pixel, 178956971, &out, 715827884, {178956971, 1}, scratch),
+              zepStsSizeOverflow);
+}
+
+// Stacks outgrow the buffer where a zero column at the left keeps every row
+// on each column's envelope, and the strip is redone narrower; both meet in
+// one image, wide or tall, on the paths for sides above 16383 and 32767 too.
+TEST(DistanceRules, DeepEnvelopesAndLargeImages) {
+    std::mt19937 rng(91);
+    for (const ImageSize roi :
+         {ImageSize{640, 360}, ImageSize{37, 301}, ImageSize{301, 300}, ImageSize{33, 517}, ImageSize{517, 33},
+          ImageSize{16400, 3}, ImageSize{3, 16400}, ImageSize{32800, 2}, ImageSize{1, 32800}})
+        for (int pattern = 0; pattern < 4; ++pattern) {  // zeros: sprinkled; left column and right half; left; none
+            std::vector<uint8_t> src(size_t(roi.width) * roi.height, 7);
+            std::vector<float> ours(src.size()), want(src.size());
+            for (size_t i = 0; i < src.size(); ++i)
+                if ((i % roi.width == 0 && pattern % 3) ||
+                    (pattern < 2 && int(i % roi.width) >= roi.width / 2 * pattern && rng() % 200 == 0))
+                    src[i] = 0;
+            CallArgs a{{src.data(), ours.data(), src.data()}, {roi.width, 4 * roi.width, zt::kNoStep}, roi, {}};
+            ASSERT_EQ(exactCall(a), zepStsOk);
+            a.ptr[1] = want.data();
+            exactRule(a);
+            ASSERT_EQ(ours, want) << roi.width << "x" << roi.height << " pattern " << pattern;
         }
-        // No zero at all: the largest value; all zeros: zeros.
-        EXPECT_EQ(cv::norm(run(c, cv::Mat(5, 6, CV_8U, cv::Scalar(7)), {1, 1, 2}) - largest, cv::NORM_INF), 0.0);
-        EXPECT_EQ(cv::norm(run(c, cv::Mat(5, 6, CV_8U, cv::Scalar(0)), {1, 1, 2}), cv::NORM_INF), 0.0);
-    }
 }
 
-TEST(DistanceTransform, OrthogonalCostAboveDiagonalIsReplacedFromTwoByTwo) {
-    // (3, 2) acts as (2, 2) on a 2-row image, but a 1-row image keeps a = 3.
-    std::vector<uint8_t> src = {0, 1, 1, 1, 1, 1, 1, 1}, d(8), e(8);
-    const int32_t k32[2] = {3, 2}, k22[2] = {2, 2};
-    ASSERT_EQ(zepiDistanceTransform_3x3_8u_C1R(src.data(), 4, d.data(), 4, {4, 2}, k32), zepStsOk);
-    ASSERT_EQ(zepiDistanceTransform_3x3_8u_C1R(src.data(), 4, e.data(), 4, {4, 2}, k22), zepStsOk);
-    EXPECT_EQ(d, e);
-    EXPECT_EQ(d[1], 2);
-    ASSERT_EQ(zepiDistanceTransform_3x3_8u_C1R(src.data(), 8, d.data(), 8, {8, 1}, k32), zepStsOk);
-    for (int x = 0; x < 4; ++x) EXPECT_EQ(d[x], 3 * x);
-}
-
-TEST(DistanceTransform, StandardCostTables) {
-    float f[3];
-    int32_t i[3];
-    ASSERT_EQ(zepiGetDistanceTransformMask_32f(3, 2, f), zepStsOk);
-    EXPECT_EQ(std::vector<float>(f, f + 2), (std::vector<float>{0.955f, 1.3693f}));
-    ASSERT_EQ(zepiGetDistanceTransformMask_32s(5, 2, i), zepStsOk);
-    EXPECT_EQ(std::vector<int32_t>(i, i + 3), (std::vector<int32_t>{5, 7, 11}));
-    ASSERT_EQ(zepiGetDistanceTransformMask(52, f), zepStsOk);
-    EXPECT_EQ(std::vector<float>(f, f + 3), (std::vector<float>{1.0f, 1.4f, 2.1969f}));
-    ASSERT_EQ(zepiGetDistanceTransformMask(31, f), zepStsOk);
-    EXPECT_EQ(f[1], 2.0f);
-    EXPECT_EQ(zepiGetDistanceTransformMask(33, f), zepStsBadArg);
-    EXPECT_EQ(zepiGetDistanceTransformMask(33, nullptr), zepStsBadArg);  // the remainder is checked first
-    EXPECT_EQ(zepiGetDistanceTransformMask(42, f), zepStsBadSize);
-    EXPECT_EQ(zepiGetDistanceTransformMask(30, nullptr), zepStsNullPointer);
-    // Null, then kernel size, then norm; nothing written on an error.
-    EXPECT_EQ(zepiGetDistanceTransformMask_32f(4, 7, nullptr), zepStsNullPointer);
-    EXPECT_EQ(zepiGetDistanceTransformMask_32s(4, 7, nullptr), zepStsNullPointer);
-    i[0] = -1;
-    EXPECT_EQ(zepiGetDistanceTransformMask_32s(4, 7, i), zepStsBadSize);
-    EXPECT_EQ(zepiGetDistanceTransformMask_32s(5, 3, i), zepStsBadArg);
-    EXPECT_EQ(zepiGetDistanceTransformMask_32f(3, -1, f), zepStsBadArg);
-    EXPECT_EQ(i[0], -1);
-}
-
-// Peer: cv::distanceTransform. DIST_C and DIST_L1 are the exact chessboard and
-// city-block transforms, which every form gives with the costs (1, 1, 2) and
-// (1, 2, 3), on an image of three zero pixels (long distances) and a random
-// one. DIST_L2 with mask 3 uses the costs (0.955, 1.3693) in fixed point with
-// 16 fraction bits, so its sums differ from single-precision sums in the last
-// bits. OpenCV sees no zero pixel as a special image; those are not compared.
-TEST(DistanceTransform, AgreesWithOpenCV) {
-    cv::Mat sparse(23, 37, CV_8U, cv::Scalar(9)), random(60, 81, CV_8U);
+// Peers: cv::distanceTransform. DIST_C and DIST_L1 are the exact chessboard
+// and city-block transforms, the costs (1, 1, 2) and (1, 2, 3). DIST_L2 with
+// mask 3 takes (0.955, 1.3693) in fixed point with 16 fraction bits, and
+// DIST_MASK_PRECISE finds its envelope and root in other precisions: both
+// differ in the last bits. An image without zeros is its special case.
+TEST(DistancePeers, OpenCVDistanceTransform) {
+    cv::Mat sparse(23, 37, CV_8U, cv::Scalar(9)), random(60, 81, CV_8U), ours, theirs;
     sparse.at<uint8_t>(4, 5) = sparse.at<uint8_t>(20, 30) = sparse.at<uint8_t>(11, 36) = 0;
     cv::randu(random, 0, 256);
     random.setTo(7, random > 3);
-    random.setTo(0, random <= 3);
-    for (const cv::Mat& src : {sparse, random}) {
-        cv::Mat board, city, l2;
-        cv::distanceTransform(src, board, cv::DIST_C, 3, CV_32F);
-        cv::distanceTransform(src, city, cv::DIST_L1, 3, CV_32F);
-        cv::distanceTransform(src, l2, cv::DIST_L2, 3, CV_32F);
-        for (cv::Mat* m : {&board, &city, &l2}) m->convertTo(*m, CV_64F);
-        for (const Case& c : cases()) {
-            EXPECT_EQ(cv::norm(run(c, src, {1, 1, 2}), board, cv::NORM_INF), 0.0) << c.name;
-            EXPECT_EQ(cv::norm(run(c, src, {1, 2, 3}), city, cv::NORM_INF), 0.0) << c.name;
+    const float k[3][3] = {{1, 1, 2}, {1, 2, 3}, {0.955f, 1.3693f, 1}};
+    for (cv::Mat src : {sparse, random}) {
+        ours.create(src.size(), CV_32F);
+        const int st = int(src.step), dt = int(ours.step),
+                  type[4] = {cv::DIST_C, cv::DIST_L1, cv::DIST_L2, cv::DIST_L2};
+        for (int m = 0; m < 6; ++m) {  // 3x3 C, L1, L2; exact; 5x5 C, L1
+            cv::distanceTransform(src, theirs, type[m % 4], m == 3 ? cv::DIST_MASK_PRECISE : 3, CV_32F);
+            std::vector<uint8_t> buffer(size_t(src.cols + src.rows) * 24 + 56);
+            ASSERT_EQ(m == 3   ? zepiTrueDistanceTransform_8u32f_C1R(src.data, st, ours.ptr<float>(), dt,
+                                                                     {src.cols, src.rows}, buffer.data())
+                      : m >= 4 ? zepiDistanceTransform_5x5_8u32f_C1R(src.data, st, ours.ptr<float>(), dt,
+                                                                     {src.cols, src.rows}, k[m - 4])
+                               : zepiDistanceTransform_3x3_8u32f_C1R(src.data, st, ours.ptr<float>(), dt,
+                                                                     {src.cols, src.rows}, k[m]),
+                      zepStsOk);
+            EXPECT_LE(cv::norm(ours, theirs, cv::NORM_INF), m == 2 ? 1e-3 : m == 3 ? 1e-4 : 0) << m;
         }
-        EXPECT_LT(cv::norm(run(cases()[2], src, {0.955f, 1.3693f, 0}), l2, cv::NORM_INF), 1e-3);
     }
 }
 

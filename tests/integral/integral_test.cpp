@@ -1,209 +1,212 @@
-// Integral tables: the vector path against the scalar definition, worked
-// examples of the rules (offsets, wrapping, the tilted recurrence), the check
-// order, and cv::integral.
-#include "integral/integral.h"
-
+// Integral tables and rectangle deviation: the registry's entries with their
+// rules, worked rules (tilted pairs, the scaled result), OpenCV as a peer.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <opencv2/imgproc.hpp>
-#include <random>
-#include <string>
 
-#include "support/check_order.h"
+#include "support/registry.h"
 
 namespace {
 
-using zep::Path;
-using zep::integral::None;
-using zt::Image;
+using zt::CallArgs;
 
-// Every integral export beside its scalar definition, called with the source,
-// the table and the square table (the square forms) in argument order;
-// offsets -7 (0 for the 32f source) and 3.
-struct Case {
-    std::string name;
-    bool tilted, floatSrc;
-    int sumBytes, sqBytes;  // sqBytes 0: no square table
-    zt::Caller exported, scalar;
-};
-
-template <bool T, class Src, class S, class Q>
-ZepStatus callScalar(const zt::CallArgs& a) {
-    constexpr bool sq = !std::is_same_v<Q, None>;
-    Q valQ{};
-    if constexpr (sq) valQ = Q(a.param[1]);
-    return zep::integral::integralImage<Path::scalar, T, Src, S, Q>(
-        static_cast<const Src*>(a.ptr[0]), a.step[0], static_cast<S*>(a.ptr[1]), a.step[1],
-        sq ? static_cast<Q*>(a.ptr[2]) : nullptr, sq ? a.step[2] : 0, a.roi,
-        std::is_same_v<Src, float> ? S(0) : S(a.param[0]), valQ);
+template <class T>
+T& at(const CallArgs& a, int i, int r, int c) {
+    return zt::rowOf<T>(a, i, r)[c];
 }
+template <class T>  // the tables' arithmetic: 32s wraps
+using Wrap = std::conditional_t<std::is_same_v<T, int32_t>, uint32_t, T>;
 
-template <bool T, class Src, class S, class Q, auto F>
-Case make(const char* name) {
-    constexpr int sq = std::is_same_v<Q, None> ? 0 : int(sizeof(Q));
-    return Case(name, T, std::is_same_v<Src, float>, sizeof(S), sq, zt::callWith<F>, callScalar<T, Src, S, Q>);
-}
-
-const std::vector<Case>& cases() {
-    static const std::vector<Case> c = {
-        make<false, float, float, None, zepiIntegral_32f_C1R>("Integral_32f"),
-        make<false, uint8_t, float, None, zepiIntegral_8u32f_C1R>("Integral_8u32f"),
-        make<false, uint8_t, int32_t, None, zepiIntegral_8u32s_C1R>("Integral_8u32s"),
-        make<false, uint8_t, int32_t, int32_t, zepiSqrIntegral_8u32s_C1R>("SqrIntegral_8u32s"),
-        make<false, uint8_t, int32_t, double, zepiSqrIntegral_8u32s64f_C1R>("SqrIntegral_8u32s64f"),
-        make<false, uint8_t, float, double, zepiSqrIntegral_8u32f64f_C1R>("SqrIntegral_8u32f64f"),
-        make<true, uint8_t, int32_t, None, zepiTiltedIntegral_8u32s_C1R>("TiltedIntegral_8u32s"),
-        make<true, uint8_t, float, None, zepiTiltedIntegral_8u32f_C1R>("TiltedIntegral_8u32f"),
-        make<true, uint8_t, int32_t, int32_t, zepiTiltedSqrIntegral_8u32s_C1R>("TiltedSqrIntegral_8u32s"),
-        make<true, uint8_t, int32_t, double, zepiTiltedSqrIntegral_8u32s64f_C1R>("TiltedSqrIntegral_8u32s64f"),
-        make<true, uint8_t, float, double, zepiTiltedSqrIntegral_8u32f64f_C1R>("TiltedSqrIntegral_8u32f64f"),
-    };
-    return c;
-}
-
-// Source (bytes standing in for 8u or 32f), table and square table of a case.
-struct Tables {
-    Image<uint8_t> src, sum, sq;
-    Tables(std::mt19937& rng, const Case& c, int w, int h)
-        : src(zt::makeSource(rng, c.floatSrc ? 4 : 1, 1, w, h, zt::Values::random)),
-          sum(rng, (w + (c.tilted ? 2 : 1)) * c.sumBytes, h + (c.tilted ? 2 : 1), 1, false, c.sumBytes),
-          sq(rng, (w + (c.tilted ? 2 : 1)) * std::max(c.sqBytes, 1), h + (c.tilted ? 2 : 1), 1, false,
-             std::max(c.sqBytes, 1)) {}
-    // The call of `f` writing the tables at o[0] (and o[1]).
-    auto on(const Case& c, const zt::Caller& f, ImageSize roi) {
-        return [this, &c, &f, roi](uint8_t* const* o) {
-            zt::CallArgs a({src.data(), o[0]}, {src.step(), sum.step()}, roi, {-7, 3});
-            if (c.sqBytes) a.ptr.push_back(o[1]), a.step.push_back(sq.step());
-            return f(a);
-        };
-    }
-};
-
-TEST(Integral, VectorPathAgreesWithScalarDefinition) {
-    std::mt19937 rng(81);
-    for (const Case& c : cases()) {
-        for (int w : zt::sweepWidths()) {
-            for (int h : {1, 3}) {
-                Tables t(rng, c, w, h);
-                std::vector<const zt::Canvas*> tables = {&t.sum.canvas};
-                if (c.sqBytes) tables.push_back(&t.sq.canvas);
-                ASSERT_TRUE(zt::agreeOn(tables, t.on(c, c.exported, {w, h}), t.on(c, c.scalar, {w, h}), c.floatSrc))
-                    << c.name << " width " << w << " height " << h;
-            }
+// Upright table i of image 0: row 0 and column 0 hold val, (y+1, x+1) = (y, x+1)
+// + the running sum of row y up to x, made by blocks of 16: the block's prefix
+// (exact for 8u, four doubling steps for 32f) added to the sum carried in.
+template <class Src, class T>
+void upright(const CallArgs& a, int i, T val, bool sq) {
+    using P = std::conditional_t<std::is_same_v<Src, float>, float, int64_t>;
+    for (int c = 0; c <= a.roi.width; ++c) at<T>(a, i, 0, c) = val;
+    for (int y = 0; y < a.roi.height; ++y) {
+        T s = at<T>(a, i, y + 1, 0) = val, carried;
+        for (int x0 = 0, n; x0 < a.roi.width; x0 += 16) {
+            P v[16] = {};
+            n = std::min(16, a.roi.width - x0), carried = x0 ? s : T(0);
+            for (int k = 0; k < n; ++k) v[k] = P(at<Src>(a, 0, y, x0 + k)) * (sq ? P(at<Src>(a, 0, y, x0 + k)) : 1);
+            for (int d = 1; d < 16; d *= 2)
+                for (int k = 15; k >= d; --k) v[k] += v[k - d];
+            for (int k = 0; k < n; ++k)
+                s = T(Wrap<T>(carried) + Wrap<T>(T(v[k]))),
+                at<T>(a, i, y + 1, x0 + k + 1) = T(Wrap<T>(at<T>(a, i, y, x0 + k + 1)) + Wrap<T>(s));
         }
     }
 }
 
-TEST(Integral, CheckOrder) {
-    for (const Case& c : cases()) {
-        // The tables have (width + 1) or (width + 2) elements a row.
-        const int margin = c.tilted ? 2 : 1;
-        std::vector<zt::ImageRole> roles = {{c.floatSrc ? 4 : 1, 1, 0}, {c.sumBytes, 1, 0, margin}};
-        if (c.sqBytes) roles.push_back({c.sqBytes, 1, 0, margin});
-        zt::expectRoleOrder(c.name, roles, {5, 3}, c.exported, {}, {-7, 3});
+// Tilted table i: rows 0 and 1 hold val, row y + 2 as the header gives it,
+// 32f elements evaluated in double and rounded once.
+template <class T>
+void tilted(const CallArgs& a, int i, T val, bool sq) {
+    using W = std::conditional_t<std::is_same_v<T, float>, double, Wrap<T>>;
+    const int w = a.roi.width;
+    auto t = [&](int r, int c) -> T& { return at<T>(a, i, r, c); };
+    for (int c = 0; c <= w + 1; ++c) t(0, c) = t(1, c) = val;
+    for (int y = 0; y < a.roi.height; ++y) {
+        auto px = [&](int c) { return c == w ? 0 : W(at<uint8_t>(a, 0, y, c)) * (sq ? at<uint8_t>(a, 0, y, c) : 1); };
+        t(y + 2, 0) = t(y + 1, 1), t(y + 2, w + 1) = t(y + 1, w);
+        for (int c = 1; c <= w; ++c)
+            t(y + 2, c) = T(W(t(y + 1, c - 1)) + W(t(y + 1, c + 1)) - W(t(y, c)) + (px(c - 1) + px(c)));
     }
 }
 
-TEST(Integral, OnePixelGivesValAndValPlusPixel) {
-    const uint8_t p = 200;
-    int32_t t[4];
-    ASSERT_EQ(zepiIntegral_8u32s_C1R(&p, 1, t, 8, {1, 1}, 10), zepStsOk);
-    EXPECT_EQ(t[0], 10);
-    EXPECT_EQ(t[1], 10);
-    EXPECT_EQ(t[2], 10);
-    EXPECT_EQ(t[3], 210);
-    // The 32f source form always starts from 0 and sums negative values as they are.
-    const float f[2] = {-1.5f, -0.25f};
-    float u[6];
-    ASSERT_EQ(zepiIntegral_32f_C1R(f, 8, u, 12, {2, 1}), zepStsOk);
-    const float expect[6] = {0, 0, 0, 0, -1.5f, -1.75f};
-    for (int i = 0; i < 6; ++i) EXPECT_EQ(u[i], expect[i]) << i;
+// Deviation arguments: sum table, square table, destination, the rectangle
+// (param[1..4]) through a marker; scale factor param[0]. Tilted
+// tables are passed from column max(0, y + h - x), so every corner is inside.
+template <bool Tilted, class S, class Q>
+CallArgs placed(CallArgs a) {
+    const int off = Tilted ? std::max(0, int(a.param[2] + a.param[4] - a.param[1])) : 0;
+    if (a.ptr[0]) a.ptr[0] = static_cast<S*>(a.ptr[0]) + off;
+    if (a.ptr[1]) a.ptr[1] = static_cast<Q*>(a.ptr[1]) + off;
+    return a;
 }
 
-TEST(Integral, ThirtyTwoBitTablesWrapAndDeviationStillWorks) {
-    const int w = 300, h = 200;
-    cv::Mat src(h, w, CV_8U), sum[2], d[2];
-    cv::randu(src, 200, 256);
-    // An offset near the top of the range makes the table wrap below zero; the deviations stay the same.
-    const int32_t offset[2] = {0, INT32_MAX - 1000};
-    const ImageRect r{0, 0, 7, 5};
-    for (int i = 0; i < 2; ++i) {
-        cv::Mat sq(h + 1, w + 1, CV_64F);
-        sum[i].create(h + 1, w + 1, CV_32S), d[i].create(h - 5, w - 7, CV_32F);
-        ASSERT_EQ(zepiSqrIntegral_8u32s64f_C1R(src.data, int(src.step), sum[i].ptr<int32_t>(), int(sum[i].step),
-                                               sq.ptr<double>(), int(sq.step), {w, h}, offset[i], 0.0),
-                  zepStsOk);
-        ASSERT_EQ(zepiRectStdDev_32s32f_C1R(sum[i].ptr<int32_t>(), int(sum[i].step), sq.ptr<double>(), int(sq.step),
-                                            d[i].ptr<float>(), int(d[i].step), {w - 7, h - 5}, &r),
-                  zepStsOk);
-    }
-    EXPECT_LT(sum[1].at<int32_t>(h, w), 0);
-    EXPECT_EQ(uint32_t(sum[1].at<int32_t>(h, w)), uint32_t(offset[1]) + uint32_t(sum[0].at<int32_t>(h, w)));
-    EXPECT_EQ(cv::norm(d[0], d[1], cv::NORM_INF), 0.0);
+// sum = (P0 - P1) - (P2 - P3) over the corners in the table's arithmetic;
+// var = sqsum / n - mean * mean fused (in float for 32s outputs), clamped at
+// 0; the float root, for 32s outputs times 2^-sf, plus 0.5, truncated.
+template <bool Tilted, class S, class Q, class D>
+ZepStatus deviationRule(const CallArgs& in) {
+    using F = std::conditional_t<std::is_same_v<D, float>, double, float>;
+    const CallArgs a = placed<Tilted, S, Q>(in);
+    const int x = int(a.param[1]), y = int(a.param[2]), w = int(a.param[3]), h = int(a.param[4]);
+    const int dr[4] = {0, Tilted ? h : 0, Tilted ? w : h, Tilted ? w + h : h}, r0 = Tilted ? x + y : y;
+    const int dc[4] = {0, Tilted ? -h : w, Tilted ? w : 0, Tilted ? w - h : w}, c0 = Tilted ? x - y : x;
+    auto diff = [&]<class V>(int t, int i, int j, V) {
+        Wrap<V> v[4];
+        for (int k = 0; k < 4; ++k) v[k] = Wrap<V>(at<V>(a, t, i + r0 + dr[k], j + c0 + dc[k]));
+        return F(V((v[0] - v[1]) - (v[2] - v[3])));
+    };
+    for (int i = 0; i < a.roi.height; ++i)
+        for (int j = 0; j < a.roi.width; ++j) {
+            const F inv = F(1) / F((Tilted ? 2 : 1) * w * h), mean = diff(0, i, j, S()) * inv;
+            const float var = float(std::fma(-mean, mean, diff(1, i, j, Q()) * inv)),
+                        r = var < 0 ? 0 : std::sqrt(var);
+            const float scaled = r * std::exp2(-float(a.param[0])) + 0.5f;
+            at<D>(a, 2, i, j) = std::is_same_v<D, float> ? D(r) : scaled >= 0x1p31f ? INT32_MAX : D(scaled);
+        }
+    return zepStsOk;
 }
 
-TEST(Integral, TiltedTableFollowsItsRecurrence) {
-    // One pixel wide: columns 0..2, T(y+2, 1) = T(y+1, 0) + T(y+1, 2) - T(y, 1) + src[y][0].
-    const uint8_t col[3] = {5, 7, 11};
-    int32_t t[5][3];
-    ASSERT_EQ(zepiTiltedIntegral_8u32s_C1R(col, 1, &t[0][0], 12, {1, 3}, 1), zepStsOk);
-    const int32_t expect[5][3] = {{1, 1, 1}, {1, 1, 1}, {1, 6, 1}, {6, 8, 6}, {8, 17, 8}};
-    EXPECT_EQ(std::memcmp(t, expect, sizeof t), 0);
-    // Three by three: T(y+2, c) = T(y+1, c-1) + T(y+1, c+1) - T(y, c) + src[y][c-1] + src[y][c] inside,
-    // without the pixel beyond the last column at c = width; the square table adds the squares.
+// Tables of (width + m) x (height + m) elements, every step checked together.
+template <auto F, bool Tilted, class Src, class S, class Q = void>
+zt::Entry table(const char* name) {
+    const int m = Tilted ? 2 : 1;
+    std::vector<zt::ImageRole> args = {zt::input(sizeof(Src)), {int(sizeof(S)), 1, 0, m, true}};
+    if constexpr (!std::is_void_v<Q>) args.push_back({int(sizeof(Q)), 1, 0, m, true});
+    zt::Entry e{name, args, zt::callWith<F>, [](const CallArgs& a) {
+                    const S val = a.param.empty() ? S(0) : S(a.param[0]);
+                    Tilted ? tilted<S>(a, 1, val, false) : upright<Src, S>(a, 1, val, false);
+                    if constexpr (!std::is_void_v<Q>)
+                        Tilted ? tilted<Q>(a, 2, Q(a.param[1]), true) : upright<Src, Q>(a, 2, Q(a.param[1]), true);
+                    return zepStsOk;
+                }};
+    if (!std::is_same_v<Src, float>)
+        e.params = [](std::mt19937& rng, ImageSize) {
+            const double v[] = {0, -7, 0.25, 1000.5, 2147483000, -2147483000};
+            return std::vector<double>{v[rng() % 6], v[rng() % 6]};
+        };
+    return e;
+}
+
+// The tables have 10 spare rows and columns for any rectangle drawn. Short
+// table steps hold one element; then x < 0, y < 0, w = 0, h = 0.
+template <auto F, bool Tilted, class S, class Q, class D>
+zt::Entry deviation(const char* name) {
+    zt::Entry e{name,
+                {{4, 1, 0, 10}, {int(sizeof(Q)), 1, 0, 10}, zt::output(4, 1, 0), {1, 1, -1, 0, false, 1}},
+                [](const CallArgs& in) {
+                    CallArgs a = placed<Tilted, S, Q>(in);
+                    const ImageRect r{int(a.param[1]), int(a.param[2]), int(a.param[3]), int(a.param[4])};
+                    a.ptr[3] = a.ptr[3] ? (void*)&r : nullptr;
+                    return zt::callWith<F>(a);
+                },
+                deviationRule<Tilted, S, Q, D>};
+    e.params = [](std::mt19937& rng, ImageSize) {
+        return std::vector<double>{double(int(rng() % 9) - 3), double(rng() % 3), double(rng() % 3),
+                                   double(1 + rng() % 3), double(1 + rng() % 3)};
+    };
+    e.checks = [](std::vector<zt::Breaker>& b) {
+        b[6].apply = [](CallArgs& a) { a.step[0] = 4; };
+        b[8].apply = [](CallArgs& a) { a.step[1] = int(sizeof(Q)); };
+        for (int k = 1; k <= 4; ++k)
+            b.push_back({"rect", 20, [k](CallArgs& a) { a.param[k] = k > 2 ? 0 : -1; }, zepStsBadSize});
+    };
+    return e;
+}
+
+const bool enrolled = zt::enrol({
+    table<zepiIntegral_32f_C1R, false, float, float>("zepiIntegral_32f_C1R"),
+    table<zepiIntegral_8u32f_C1R, false, uint8_t, float>("zepiIntegral_8u32f_C1R"),
+    table<zepiIntegral_8u32s_C1R, false, uint8_t, int32_t>("zepiIntegral_8u32s_C1R"),
+    table<zepiSqrIntegral_8u32s_C1R, false, uint8_t, int32_t, int32_t>("zepiSqrIntegral_8u32s_C1R"),
+    table<zepiSqrIntegral_8u32s64f_C1R, false, uint8_t, int32_t, double>("zepiSqrIntegral_8u32s64f_C1R"),
+    table<zepiSqrIntegral_8u32f64f_C1R, false, uint8_t, float, double>("zepiSqrIntegral_8u32f64f_C1R"),
+    table<zepiTiltedIntegral_8u32s_C1R, true, uint8_t, int32_t>("zepiTiltedIntegral_8u32s_C1R"),
+    table<zepiTiltedIntegral_8u32f_C1R, true, uint8_t, float>("zepiTiltedIntegral_8u32f_C1R"),
+    table<zepiTiltedSqrIntegral_8u32s_C1R, true, uint8_t, int32_t, int32_t>("zepiTiltedSqrIntegral_8u32s_C1R"),
+    table<zepiTiltedSqrIntegral_8u32s64f_C1R, true, uint8_t, int32_t, double>("zepiTiltedSqrIntegral_8u32s64f_C1R"),
+    table<zepiTiltedSqrIntegral_8u32f64f_C1R, true, uint8_t, float, double>("zepiTiltedSqrIntegral_8u32f64f_C1R"),
+    deviation<zepiRectStdDev_32f_C1R, false, float, double, float>("zepiRectStdDev_32f_C1R"),
+    deviation<zepiRectStdDev_32s32f_C1R, false, int32_t, double, float>("zepiRectStdDev_32s32f_C1R"),
+    deviation<zepiRectStdDev_32s_C1RSfs, false, int32_t, int32_t, int32_t>("zepiRectStdDev_32s_C1RSfs"),
+    deviation<zepiTiltedRectStdDev_32f_C1R, true, float, double, float>("zepiTiltedRectStdDev_32f_C1R"),
+    deviation<zepiTiltedRectStdDev_32s32f_C1R, true, int32_t, double, float>("zepiTiltedRectStdDev_32s32f_C1R"),
+    deviation<zepiTiltedRectStdDev_32s_C1RSfs, true, int32_t, int32_t, int32_t>("zepiTiltedRectStdDev_32s_C1RSfs"),
+});
+
+TEST(IntegralRules, TiltedPairsAndScaledDeviation) {
+    // The horizontal pair src[y][c-1] + src[y][c]; only src[y][width-1] in column width.
     const uint8_t px[3][3] = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
-    float s[5][5];
-    double q[5][5];
-    ASSERT_EQ(zepiTiltedSqrIntegral_8u32f64f_C1R(&px[0][0], 3, &s[0][0], 20, &q[0][0], 40, {3, 3}, 0.5f, 0.25),
-              zepStsOk);
-    const float sWant[5][5] = {{.5f, .5f, .5f, .5f, .5f},
-                               {.5f, .5f, .5f, .5f, .5f},
-                               {.5f, 3.5f, 5.5f, 3.5f, .5f},
-                               {3.5f, 14.5f, 17.5f, 11.5f, 3.5f},
-                               {14.5f, 32.5f, 37.5f, 26.5f, 11.5f}};
-    const double qWant[5][5] = {{.25, .25, .25, .25, .25},
-                                {.25, .25, .25, .25, .25},
-                                {.25, 5.25, 13.25, 9.25, .25},
-                                {5.25, 54.25, 75.25, 49.25, 9.25},
-                                {54.25, 188.25, 235.25, 156.25, 49.25}};
-    EXPECT_EQ(std::memcmp(s, sWant, sizeof s), 0);
-    EXPECT_EQ(std::memcmp(q, qWant, sizeof q), 0);
+    int32_t t[5][5], want[3][5] = {{0, 3, 5, 3, 0}, {3, 14, 17, 11, 3}, {14, 32, 37, 26, 11}};
+    ASSERT_EQ(zepiTiltedIntegral_8u32s_C1R(&px[0][0], 3, &t[0][0], 20, {3, 3}, 0), zepStsOk);
+    EXPECT_EQ(std::memcmp(t[2], want, sizeof want), 0);
+    // Pixels alternately 0 and 5, 2 x 1 rectangles: deviation 2.5, times 2^-sf, plus 0.5, truncated, saturated;
+    // 17 outputs, a vector block and a tail.
+    int32_t sum[2][19] = {}, sq[2][19] = {}, out[17];
+    for (int c = 0; c < 19; ++c) sum[1][c] = 5 * (c / 2), sq[1][c] = 25 * (c / 2);
+    const ImageRect r{0, 0, 2, 1};
+    for (auto [sf, v] :
+         {std::pair{0, 3}, std::pair{1, 1}, std::pair{-2, 10}, std::pair{40, 0}, std::pair{-40, INT32_MAX}}) {
+        ASSERT_EQ(zepiRectStdDev_32s_C1RSfs(sum[0], 76, sq[0], 76, out, 68, {17, 1}, &r, sf), zepStsOk);
+        EXPECT_EQ(std::count(out, out + 17, v), 17) << sf;
+    }
 }
 
-// Peer: cv::integral computes the same upright 32s and 64f tables exactly.
-// Its tilted table is another table: it adds one pixel per row step where
-// this library adds the horizontal pair src[y][c-1] + src[y][c], and it has
-// (width + 1) x (height + 1) elements. The two agree only in the column
-// `width`, one row apart, while the row index is at most the width (there the
-// triangle above the element holds one pixel per row in both tables):
-// T(y + 1, width) == tilted(y, width) for y <= width.
-TEST(Integral, AgreesWithOpenCV) {
-    std::mt19937 rng(9);
-    for (int w : {1, 16, 33, 97}) {
-        const int h = 23;
-        cv::Mat src(h, w, CV_8U);
-        cv::randu(src, 0, 256);
-        cv::Mat cvSum, cvSq, cvTilt, cvSumF;
-        cv::integral(src, cvSum, cvSq, cvTilt, CV_32S, CV_64F);
-        cv::integral(src, cvSumF, CV_64F);
-        cv::Mat sum(h + 1, w + 1, CV_32S), sq(h + 1, w + 1, CV_64F), sumF(h + 1, w + 1, CV_32F);
-        ASSERT_EQ(zepiSqrIntegral_8u32s64f_C1R(src.data, int(src.step), sum.ptr<int32_t>(), int(sum.step),
-                                               sq.ptr<double>(), int(sq.step), {w, h}, 0, 0.0),
-                  zepStsOk);
-        ASSERT_EQ(zepiIntegral_8u32f_C1R(src.data, int(src.step), sumF.ptr<float>(), int(sumF.step), {w, h}, 0.0f),
-                  zepStsOk);
-        EXPECT_EQ(cv::norm(sum, cvSum, cv::NORM_INF), 0.0) << w;
-        EXPECT_EQ(cv::norm(sq, cvSq, cv::NORM_INF), 0.0) << w;
-        cv::Mat sumF64;
-        sumF.convertTo(sumF64, CV_64F);
-        EXPECT_EQ(cv::norm(sumF64, cvSumF, cv::NORM_INF), 0.0) << w;  // exact below 2^24
-        cv::Mat tilt(h + 2, w + 2, CV_32S);
-        ASSERT_EQ(
-            zepiTiltedIntegral_8u32s_C1R(src.data, int(src.step), tilt.ptr<int32_t>(), int(tilt.step), {w, h}, 0),
-            zepStsOk);
-        for (int y = 0; y <= std::min(h, w); ++y)
-            EXPECT_EQ(tilt.at<int32_t>(y + 1, w), cvTilt.at<int32_t>(y, w)) << w << " " << y;
-    }
+// Peers. cv::integral makes the same upright tables (32f exact below 2^24);
+// its tilted table is another: one pixel per row step where this library adds
+// a horizontal pair. cv::meanStdDev is the same population deviation by
+// two-pass sums: a small relative difference.
+TEST(IntegralPeers, OpenCVIntegralAndMeanStdDev) {
+    cv::Mat src(23, 97, CV_8U), sum(24, 98, CV_32S), sumF(24, 98, CV_32F), sq(24, 98, CV_64F), d(16, 93, CV_32F);
+    cv::Mat cvSum, cvSq, cvSumF;
+    cv::randu(src, 0, 256);
+    cv::integral(src, cvSum, cvSq, CV_32S, CV_64F);
+    ASSERT_EQ(
+        zepiSqrIntegral_8u32f64f_C1R(src.data, 97, sumF.ptr<float>(), 392, sq.ptr<double>(), 784, {97, 23}, 0, 0),
+        zepStsOk);
+    sumF.convertTo(cvSumF, CV_32S);
+    EXPECT_EQ(cv::norm(cvSumF, cvSum, cv::NORM_INF) + cv::norm(sq, cvSq, cv::NORM_INF), 0.0);
+    ASSERT_EQ(
+        zepiSqrIntegral_8u32s64f_C1R(src.data, 97, sum.ptr<int32_t>(), 392, sq.ptr<double>(), 784, {97, 23}, 0, 0),
+        zepStsOk);
+    EXPECT_EQ(cv::norm(sum, cvSum, cv::NORM_INF) + cv::norm(sq, cvSq, cv::NORM_INF), 0.0);
+    const ImageRect r{3, 1, 5, 7};
+    ASSERT_EQ(
+        zepiRectStdDev_32s32f_C1R(sum.ptr<int32_t>(), 392, sq.ptr<double>(), 784, d.ptr<float>(), 372, {89, 16}, &r),
+        zepStsOk);
+    for (int y = 0; y < 16; ++y)
+        for (int x = 0; x < 89; ++x) {
+            cv::Scalar mean, dev;
+            cv::meanStdDev(src(cv::Rect(x + r.x, y + r.y, r.width, r.height)), mean, dev);
+            EXPECT_NEAR(d.at<float>(y, x), dev[0], 1e-4 * dev[0]) << x << "," << y;
+        }
 }
 
 }  // namespace
