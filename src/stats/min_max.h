@@ -99,8 +99,9 @@ Extrema extremaVector(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi
                                    lo = simd::min<T>(v, lo);
                                    hi = simd::max<T>(v, hi);
                                } else {
-                                   lo = simd::min<T>(lo, used, v, lo);
-                                   hi = simd::max<T>(hi, used, v, hi);
+                                   const auto k = static_cast<simd::Mask<T>>(used);  // the lanes of one vector
+                                   lo = simd::min<T>(lo, k, v, lo);
+                                   hi = simd::max<T>(hi, k, v, hi);
                                }
                                if constexpr (Masked) any = true;
                            });

@@ -211,7 +211,8 @@ IntTotals intNormVector(Rows<const T> a, Rows<const T> b, Rows<const uint8_t> ma
     // The lanes k of one vector. A whole vector inside the row is loaded
     // unmasked, so that the load does not wait for the lane mask, and then
     // zeroed where unselected; the row's last group loads under the mask.
-    auto body = [&]<bool Whole>(uint64_t k, const T* pa, const T* pb) {
+    auto body = [&]<bool Whole>(uint64_t selected, const T* pa, const T* pb) {
+        const auto k = static_cast<simd::Mask<T>>(selected);  // E bits at most
         add(
             [k](const T* p) {
                 if constexpr (Whole)
@@ -241,7 +242,7 @@ IntTotals intNormVector(Rows<const T> a, Rows<const T> b, Rows<const uint8_t> ma
                 [&](const T* p) {
                     __m512i v = Whole ? gather16(p) : gather16(p, n);
                     simd::opaque(v);  // keeps the compiler from folding the loads and the select into masked loads
-                    return simd::zeroOutside<T>(px, v);
+                    return simd::zeroOutside<T>(static_cast<simd::Mask<T>>(px), v);
                 },
                 pa, pb);
         } else {
