@@ -28,19 +28,20 @@ struct NormTotals {
     double den = 0.0;
 };
 
-// Writes the result of the totals and returns the status: the square root for
-// L2; for relative norms the quotient in double precision, or on a zero
-// denominator +inf, the NaN 0xFFF8000000000000 or -inf with a warning.
+// Writes the result of the totals: the square root for L2; for relative norms
+// the quotient in double precision, or on a zero denominator +inf, the NaN
+// 0xFFF8000000000000 or -inf. Returns whether the denominator was zero (the
+// result then comes with a warning).
 template <NormKind K, NormOf O>
-ZepStatus finishNorm(NormTotals t, double* result) {
+bool finishNorm(NormTotals t, double* result) {
     if constexpr (O != NormOf::rel) {
         *result = K == NormKind::l2 ? std::sqrt(t.num) : t.num;
-        return zepStsOk;
+        return false;
     } else {
         if (t.den != 0.0) {
             const double q = t.num / t.den;
             *result = K == NormKind::l2 ? std::sqrt(q) : q;
-            return zepStsOk;
+            return false;
         }
         if (t.num > 0.0)
             *result = std::numeric_limits<double>::infinity();
@@ -48,7 +49,7 @@ ZepStatus finishNorm(NormTotals t, double* result) {
             *result = std::bit_cast<double>(uint64_t{0xFFF8000000000000});
         else  // below zero, or NaN
             *result = -std::numeric_limits<double>::infinity();
-        return zepStsZeroDenominator;
+        return true;
     }
 }
 
@@ -514,10 +515,11 @@ ZepStatus normImage(const T* a, int aStep, const T* b, int bStep, const uint8_t*
                     rowOf<uint8_t>(maskStep, roi.width)});
     }
     if constexpr (Ch == 3) checks.fail(coi < 1 || coi > 3, zepStsBadChannelOfInterest);
-    if (checks.status() != zepStsOk) return checks.status();
-    const int c = Ch == 3 ? coi - 1 : 0;
-    const NormTotals t = normTotals<P, K, O, T, Ch>(rows(a, aStep), rows(b, bStep), rows(mask, maskStep), roi, c);
-    return finishNorm<K, O>(t, result);
+    return runWithWarning(checks, zepStsZeroDenominator, [&] {
+        const int c = Ch == 3 ? coi - 1 : 0;
+        const NormTotals t = normTotals<P, K, O, T, Ch>(rows(a, aStep), rows(b, bStep), rows(mask, maskStep), roi, c);
+        return finishNorm<K, O>(t, result);
+    });
 }
 
 }  // namespace zep::stats

@@ -50,10 +50,8 @@ TEST(SampleLine, BranchFreeLoopAgreesWithTheRule) {
 TEST(SampleLine, SampleCountOverflow) {
     // Not reachable with end points inside a ROI (M < width <= 2^31 - 1); the
     // count rule itself: 2^31 - 1 + 1 is negative in 32 bits.
-    int32_t n = 0;
-    EXPECT_EQ(zep::geometry::lineSampleCount({0, 0}, {INT32_MAX, 0}, n), zepStsLengthOverflow);
-    EXPECT_EQ(zep::geometry::lineSampleCount({0, 0}, {INT32_MAX - 1, 5}, n), zepStsOk);
-    EXPECT_EQ(n, INT32_MAX);
+    EXPECT_LT(zep::geometry::lineSampleCount({0, 0}, {INT32_MAX, 0}), 0);
+    EXPECT_EQ(zep::geometry::lineSampleCount({0, 0}, {INT32_MAX - 1, 5}), INT32_MAX);
 }
 
 template <class T, int Ch, auto F>
