@@ -93,3 +93,20 @@ private:
 };
 
 }  // namespace zep
+
+// ===========================================================================
+// Results delivered with a warning.
+
+namespace zep {
+
+// Checks::run for an operation whose result may come with a warning: the
+// operation returns whether it does, and the status is then `warning` (a
+// positive status) instead of zepStsOk. A failed check is returned as run
+// returns it, and a no-op does not run.
+template <class F>
+ZepStatus runWithWarning(const Checks& checks, ZepStatus warning, F&& operation) {
+    if (!checks.ok()) return checks.status();
+    return operation() ? warning : zepStsOk;
+}
+
+}  // namespace zep

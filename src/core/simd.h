@@ -585,3 +585,82 @@ template <class T>
 }
 
 }  // namespace zep::simd
+
+// ===========================================================================
+// Saturating sums, eight-lane halves, gathers and scatters.
+//
+// Element types each operation takes (a static_assert names the others):
+//   addSaturated                              8u 16u 32f
+//   loadHalf                                  32s 32u
+//   storeHalf                                 32s 32u 32f
+//   gather                                    32s 32u 32f
+//   gatherHalf, scatter                       32s 32u
+
+namespace zep::simd {
+
+// a + b: 8u and 16u held at their largest value, 32f rounded to nearest.
+template <class T>
+[[gnu::always_inline]] inline Vec<T> addSaturated(Vec<T> a, Vec<T> b) {
+    static_assert(isOneOf<T, uint8_t, uint16_t, float>, "addSaturated: 8u 16u 32f");
+    if constexpr (isFloat<T>)
+        return _mm512_add_ps(a, b);
+    else if constexpr (sizeof(T) == 1)
+        return _mm512_adds_epu8(a, b);
+    else
+        return _mm512_adds_epu16(a, b);
+}
+
+// Eight 32-bit lanes, half a vector: the partner of eight double lanes.
+template <class T>
+struct HalfVecOf {
+    static_assert(sizeof(T) == 4, "half vectors hold eight 32-bit lanes");
+    using type = __m256i;
+};
+template <>
+struct HalfVecOf<float> {
+    using type = __m256;
+};
+template <class T>
+using HalfVec = typename HalfVecOf<T>::type;
+
+// The lanes of k of eight elements at p, zero elsewhere; no other element is read.
+template <class T>
+[[gnu::always_inline]] inline HalfVec<T> loadHalf(const T* p, LaneMask<8> k) {
+    static_assert(isOneOf<T, int32_t, uint32_t>, "loadHalf: 32s 32u");
+    return _mm256_maskz_loadu_epi32(k, p);
+}
+
+// The lanes of k of v to p; nothing else is written.
+template <class T>
+[[gnu::always_inline]] inline void storeHalf(T* p, HalfVec<T> v, LaneMask<8> k) {
+    if constexpr (isFloat<T>)
+        _mm256_mask_storeu_ps(p, k, v);
+    else
+        _mm256_mask_storeu_epi32(p, k, v);
+}
+
+// Lane i: base[index[i]] in the lanes of k, 0 elsewhere. Only the elements of
+// the lanes of k are read.
+template <class T>
+[[gnu::always_inline]] inline Vec<T> gather(const T* base, __m512i index, Mask<T> k) {
+    static_assert(isOneOf<T, int32_t, uint32_t, float>, "gather: 32s 32u 32f");
+    if constexpr (isFloat<T>)
+        return _mm512_mask_i32gather_ps(_mm512_setzero_ps(), k, index, base, 4);
+    else
+        return _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), k, index, base, 4);
+}
+template <class T>
+[[gnu::always_inline]] inline HalfVec<T> gatherHalf(const T* base, __m256i index, LaneMask<8> k) {
+    static_assert(isOneOf<T, int32_t, uint32_t>, "gatherHalf: 32s 32u");
+    return _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), k, index, base, 4);
+}
+
+// base[index[i]] = lane i of v for the lanes i of k, in lane order (where two
+// lanes share an index, the higher lane's value stays). Nothing else is written.
+template <class T>
+[[gnu::always_inline]] inline void scatter(T* base, __m512i index, Vec<T> v, Mask<T> k) {
+    static_assert(isOneOf<T, int32_t, uint32_t>, "scatter: 32s 32u");
+    _mm512_mask_i32scatter_epi32(base, k, index, v, 4);
+}
+
+}  // namespace zep::simd

@@ -53,55 +53,6 @@ inline D lower(D x, D y) {
     return y < x ? y : x;
 }
 
-// The vector vocabulary of each destination type.
-template <class D>
-struct Vec;
-
-template <>
-struct Vec<uint8_t> {
-    using V = __m512i;
-    static constexpr int lanes = 64;
-    static V load(const uint8_t* p) { return simd::load512(p); }
-    static void store(uint8_t* p, V v) { simd::store512(p, v); }
-    static V set(uint8_t c) { return _mm512_set1_epi8(static_cast<char>(c)); }
-    static V plus(V v, V c) { return _mm512_adds_epu8(v, c); }
-    static V lower(V x, V y) { return _mm512_min_epu8(x, y); }
-    static V init(const uint8_t* s) {
-        const __m512i p = simd::load512(s);
-        return _mm512_maskz_mov_epi8(_mm512_test_epi8_mask(p, p), _mm512_set1_epi8(-1));
-    }
-};
-
-template <>
-struct Vec<uint16_t> {
-    using V = __m512i;
-    static constexpr int lanes = 32;
-    static V load(const uint16_t* p) { return simd::load512(p); }
-    static void store(uint16_t* p, V v) { simd::store512(p, v); }
-    static V set(uint16_t c) { return _mm512_set1_epi16(static_cast<short>(c)); }
-    static V plus(V v, V c) { return _mm512_adds_epu16(v, c); }
-    static V lower(V x, V y) { return _mm512_min_epu16(x, y); }
-    static V init(const uint8_t* s) {
-        const __m256i p = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s));
-        return _mm512_maskz_mov_epi16(_mm256_test_epi8_mask(p, p), _mm512_set1_epi16(-1));
-    }
-};
-
-template <>
-struct Vec<float> {
-    using V = __m512;
-    static constexpr int lanes = 16;
-    static V load(const float* p) { return _mm512_loadu_ps(p); }
-    static void store(float* p, V v) { _mm512_storeu_ps(p, v); }
-    static V set(float c) { return _mm512_set1_ps(c); }
-    static V plus(V v, V c) { return _mm512_add_ps(v, c); }
-    static V lower(V x, V y) { return _mm512_min_ps(x, y); }
-    static V init(const uint8_t* s) {
-        const __m128i p = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s));
-        return _mm512_maskz_mov_ps(_mm_test_epi8_mask(p, p), _mm512_set1_ps(FLT_MAX));
-    }
-};
-
 // t[x] from the rows already scanned: near is the adjacent row (a above or
 // below, b diagonal, c knight two columns over), far the row after it (c one
 // column over); null rows are outside the image. Start is the current value:
@@ -135,29 +86,35 @@ void rowFromRows(const uint8_t* src, D* row, const D* near, const D* far, int wi
     constexpr int edge = Mask / 2;
     int x = 0;
     if constexpr (P == Path::vector) {
-        using W = Vec<D>;
-        constexpr int L = W::lanes;
+        using V = simd::Vec<D>;
+        constexpr int L = simd::kLanes<D>;
         if (width >= L + 2 * edge) {
             for (; x < edge; ++x) row[x] = fromRows<D, Mask>(start(x), near, far, x, width, k);
-            const typename W::V a = W::set(k.a), b = W::set(k.b), c = W::set(k.c);
+            const V a = simd::splat(k.a), b = simd::splat(k.b), c = simd::splat(k.c),
+                    farAway = simd::splat(farValue<D>());
+            // t = min(t, p[0] + cost), the sum saturating for integer destinations.
+            auto step = [](V t, const D* p, V cost) {
+                return simd::min<D>(t, simd::addSaturated<D>(simd::load(p), cost));
+            };
             auto block = [&](int i) {
-                typename W::V t = src ? W::init(src + i) : W::load(row + i);
+                // The initial value: 0 on a zero source pixel, the far value elsewhere.
+                V t = src ? simd::zeroOutside<D>(simd::nonzeroLanes<L>(src + i), farAway) : simd::load(row + i);
                 if (near) {
-                    t = W::lower(t, W::plus(W::load(near + i), a));
-                    t = W::lower(t, W::plus(W::load(near + i - 1), b));
-                    t = W::lower(t, W::plus(W::load(near + i + 1), b));
+                    t = step(t, near + i, a);
+                    t = step(t, near + i - 1, b);
+                    t = step(t, near + i + 1, b);
                     if constexpr (Mask == 5) {
-                        t = W::lower(t, W::plus(W::load(near + i - 2), c));
-                        t = W::lower(t, W::plus(W::load(near + i + 2), c));
+                        t = step(t, near + i - 2, c);
+                        t = step(t, near + i + 2, c);
                     }
                 }
                 if constexpr (Mask == 5) {
                     if (far) {
-                        t = W::lower(t, W::plus(W::load(far + i - 1), c));
-                        t = W::lower(t, W::plus(W::load(far + i + 1), c));
+                        t = step(t, far + i - 1, c);
+                        t = step(t, far + i + 1, c);
                     }
                 }
-                W::store(row + i, t);
+                simd::store(row + i, t);
             };
             const int end = width - edge;  // blocks stay within [edge, width - edge)
             for (; x + L <= end; x += L) block(x);

@@ -56,11 +56,10 @@ void columnDistances(Rows<const uint8_t> src, IntRows g, ImageSize roi) {
         int x = 0;
         if constexpr (P == Path::vector) {
             for (; x + 16 <= w; x += 16) {
-                const __m128i p = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src[y] + x));
                 // kNoZero + 1 wraps to 0x80000000, above kNoZero as unsigned.
                 const __m512i above =
                     y == 0 ? none : _mm512_min_epu32(_mm512_add_epi32(simd::load512(g[y - 1] + x), one), none);
-                simd::store512(g[y] + x, _mm512_maskz_mov_epi32(_mm_test_epi8_mask(p, p), above));
+                simd::store512(g[y] + x, simd::zeroOutside<int32_t>(simd::nonzeroLanes<16>(src[y] + x), above));
             }
         }
         for (; x < w; ++x) down(y, x);
@@ -140,15 +139,14 @@ inline void rowDistances(Rows<const uint8_t> src, IntRows g, ImageSize roi) {
     const int w = roi.width;
     const __m512i idx = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
     const __m512i none = _mm512_set1_epi32(kNoZero), width = _mm512_set1_epi32(w);
-    const __m128i zero = _mm_setzero_si128();
     for (int y = 0; y < roi.height; ++y) {
         const uint8_t* s = src[y];
         AliasI32* out = g[y];
         // From the left: the position of the last zero at or before x.
         __m512i carry = _mm512_set1_epi32(-(1 << 30));
         for (int x = 0; x < w; x += 16) {
-            const __mmask16 lanes = simd::firstLanes16(std::min(16, w - x));
-            const __mmask16 z = _mm_mask_cmpeq_epi8_mask(lanes, _mm_maskz_loadu_epi8(lanes, s + x), zero);
+            const __mmask16 lanes = simd::firstLanes16(w - x);
+            const __mmask16 z = lanes & ~simd::nonzeroLanes<16>(s + x, w - x);
             const __m512i pos = _mm512_add_epi32(idx, _mm512_set1_epi32(x));
             __m512i v = carry;  // a block without a zero keeps the carry
             if (z) {
@@ -159,13 +157,13 @@ inline void rowDistances(Rows<const uint8_t> src, IntRows g, ImageSize roi) {
                 v = _mm512_max_epi32(v, _mm512_alignr_epi32(v, carry, 8));
                 carry = _mm512_permutexvar_epi32(_mm512_set1_epi32(15), v);
             }
-            _mm512_mask_storeu_epi32(out + x, lanes, _mm512_sub_epi32(pos, v));
+            simd::store<int32_t>(out + x, _mm512_sub_epi32(pos, v), lanes);
         }
         // From the right: the position of the next zero at or after x.
         carry = _mm512_set1_epi32(1 << 30);
         for (int x = (w - 1) & ~15; x >= 0; x -= 16) {
-            const __mmask16 lanes = simd::firstLanes16(std::min(16, w - x));
-            const __mmask16 z = _mm_mask_cmpeq_epi8_mask(lanes, _mm_maskz_loadu_epi8(lanes, s + x), zero);
+            const __mmask16 lanes = simd::firstLanes16(w - x);
+            const __mmask16 z = lanes & ~simd::nonzeroLanes<16>(s + x, w - x);
             const __m512i pos = _mm512_add_epi32(idx, _mm512_set1_epi32(x));
             __m512i v = carry;
             if (z) {
@@ -176,10 +174,9 @@ inline void rowDistances(Rows<const uint8_t> src, IntRows g, ImageSize roi) {
                 v = _mm512_min_epi32(v, _mm512_alignr_epi32(carry, v, 8));
                 carry = _mm512_permutexvar_epi32(_mm512_setzero_si512(), v);
             }
-            const __m512i left = _mm512_maskz_loadu_epi32(lanes, out + x);
+            const __m512i left = simd::load<int32_t>(out + x, lanes);
             const __m512i d = _mm512_min_epi32(left, _mm512_sub_epi32(v, pos));
-            _mm512_mask_storeu_epi32(out + x, lanes,
-                                     _mm512_mask_mov_epi32(d, _mm512_cmpgt_epi32_mask(d, width), none));
+            simd::store<int32_t>(out + x, _mm512_mask_mov_epi32(d, _mm512_cmpgt_epi32_mask(d, width), none), lanes);
         }
     }
 }
@@ -223,7 +220,7 @@ inline void columnStrip(IntRows g, Rows<float> dst, int height, int x0, int coun
         has2 = (has2 & ~k) | (k & has3);
         has3 = (has3 & ~k) | deeper;
         const __m256i at = _mm256_add_epi32(_mm256_mullo_epi32(u.below, lanesV), laneIdx);
-        const __m256i e = _mm256_mmask_i32gather_epi32(zero, deeper, at, entries, 4);
+        const __m256i e = simd::gatherHalf(entries, at, deeper);
         const Level next{u.below, _mm256_sub_epi32(_mm256_srli_epi32(e, 16), one),
                          valueOf(u.below, _mm256_and_si256(e, low16))};
         u = select(deeper, u, next);
@@ -231,7 +228,7 @@ inline void columnStrip(IntRows g, Rows<float> dst, int height, int x0, int coun
     for (int q = 0; q < height; ++q) {
         // Rows are a page or more apart: fetch the strip's bytes ahead.
         if (q + 32 < height) _mm_prefetch(reinterpret_cast<const char*>(g[q + 32] + x0), _MM_HINT_T0);
-        const __m256i gq = _mm256_maskz_loadu_epi32(active, g[q] + x0);
+        const __m256i gq = simd::loadHalf<int32_t>(g[q] + x0, active);
         const __mmask8 m = _mm256_mask_cmpneq_epi32_mask(active, gq, noneV);
         const __m256i qv = _mm256_set1_epi32(q);
         const __m512d qd = _mm512_set1_pd(q);
@@ -248,7 +245,7 @@ inline void columnStrip(IntRows g, Rows<float> dst, int height, int x0, int coun
         // Push q: its entry records the row below it and g(q).
         const __m256i below = _mm256_mask_mov_epi32(minusOne, has1, t.row);
         const __m256i e = _mm256_or_si256(_mm256_slli_epi32(_mm256_add_epi32(below, one), 16), gq);
-        _mm256_mask_storeu_epi32(entries + int64_t{q} * lanes, laneMask, e);
+        simd::storeHalf(entries + int64_t{q} * lanes, e, laneMask);
         u = select(m, u, s);
         s = select(m, s, t);
         t = select(m, t, Level{qv, below, fq});
@@ -272,7 +269,7 @@ inline void columnStrip(IntRows g, Rows<float> dst, int height, int x0, int coun
         const __m512d d2 =
             _mm512_add_pd(_mm512_sub_pd(t.f, _mm512_mul_pd(twoQ, _mm512_cvtepi32_pd(t.row))), _mm512_mul_pd(qd, qd));
         const __m256 d = _mm256_mask_mov_ps(inf, has1, _mm256_sqrt_ps(_mm512_cvtpd_ps(d2)));
-        _mm256_mask_storeu_ps(dst[q] + x0, active, d);
+        simd::storeHalf(dst[q] + x0, d, active);
     }
 }
 
@@ -321,12 +318,12 @@ inline bool columnStrip16(IntRows g, Rows<float> dst, int height, int x0, int co
         depth = _mm512_mask_sub_epi32(depth, k, depth, one);
         const __mmask16 deeper = k & _mm512_cmpge_epi32_mask(depth, three);
         const __m512i at = _mm512_add_epi32(_mm512_slli_epi32(_mm512_sub_epi32(depth, three), 4), laneIdx);
-        const __m512i e = _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), deeper, at, stack, 4);
+        const __m512i e = simd::gather(stack, at, deeper);
         u = select(deeper, u, Level16{_mm512_srli_epi32(e, 16), _mm512_madd_epi16(e, e)});
     };
     for (int q = 0; q < height; ++q) {
         if (q + 16 < height) _mm_prefetch(reinterpret_cast<const char*>(g[q + 16] + x0), _MM_HINT_T0);
-        const __m512i gq = _mm512_maskz_loadu_epi32(active, g[q] + x0);
+        const __m512i gq = simd::load<int32_t>(g[q] + x0, active);
         const __mmask16 m = _mm512_mask_cmpneq_epi32_mask(active, gq, noneV);
         const __m512i qv = _mm512_set1_epi32(q);
         // The entry of q (row << 16 | g): one pairwise multiply-add of its halves gives F.
@@ -343,7 +340,7 @@ inline bool columnStrip16(IntRows g, Rows<float> dst, int height, int x0, int co
         raise(overtaken());
         for (__mmask16 pop = overtaken(); pop; pop = overtaken()) raise(pop);
         if (_mm512_mask_cmpge_epi32_mask(m, depth, full)) return false;
-        _mm512_mask_i32scatter_epi32(stack, m, _mm512_add_epi32(_mm512_slli_epi32(depth, 4), laneIdx), e, 4);
+        simd::scatter(stack, _mm512_add_epi32(_mm512_slli_epi32(depth, 4), laneIdx), e, m);
         depth = _mm512_mask_add_epi32(depth, m, depth, one);
         u = select(m, u, s);
         s = select(m, s, t);
@@ -366,7 +363,7 @@ inline bool columnStrip16(IntRows g, Rows<float> dst, int height, int x0, int co
         const __m512i d2 =
             _mm512_add_epi32(_mm512_sub_epi32(t.f, _mm512_madd_epi16(twoQ, t.row)), _mm512_set1_epi32(q * q));
         const __m512 d = _mm512_mask_mov_ps(inf, any, _mm512_sqrt_ps(_mm512_cvtepi32_ps(d2)));
-        _mm512_mask_storeu_ps(dst[q] + x0, active, d);
+        simd::store(dst[q] + x0, d, active);
     }
     return true;
 }

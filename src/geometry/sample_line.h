@@ -26,14 +26,11 @@ inline LineSteps lineSteps(ImagePoint from, ImagePoint to) {
     return {ax, ay, sx, 0, 0, sy};
 }
 
-// Samples of a line, M + 1 computed in 32-bit arithmetic: zepStsLengthOverflow
-// when that is negative.
-inline ZepStatus lineSampleCount(ImagePoint from, ImagePoint to, int32_t& count) {
+// Samples of a line, M + 1 computed in 32-bit arithmetic: negative (refused
+// with zepStsLengthOverflow) when it does not fit.
+inline int32_t lineSampleCount(ImagePoint from, ImagePoint to) {
     const LineSteps s = lineSteps(from, to);
-    const int32_t n = static_cast<int32_t>(static_cast<uint32_t>(s.major) + 1u);
-    if (n < 0) return zepStsLengthOverflow;
-    count = n;
-    return zepStsOk;
+    return static_cast<int32_t>(static_cast<uint32_t>(s.major) + 1u);
 }
 
 // The rule as stated: copy, lose 2m, and step along the minor axis only when
@@ -89,20 +86,19 @@ void sampleLineFast(Rows<const T> src, T* dst, ImagePoint from, ImagePoint to) {
 template <Path P, class T, int Ch>
 ZepStatus sampleLineImage(const T* src, int srcStep, ImageSize roi, T* dst, ImagePoint from, ImagePoint to) {
     auto outside = [&](ImagePoint p) { return p.x < 0 || p.y < 0 || p.x >= roi.width || p.y >= roi.height; };
-    int32_t count = 0;
-    Checks checks;
-    checks.notNull(src, dst)
+    return Checks{}
+        .notNull(src, dst)
         .roi(roi)
         .steps({rowOf<T>(srcStep, roi.width, Ch)})
-        .fail(outside(from) || outside(to), zepStsOutOfRange);
-    if (checks.status() == zepStsOk) checks.fail(true, lineSampleCount(from, to, count));
-    return checks.run([&] {
-        if constexpr (P == Path::vector) {
-            sampleLineFast<T, Ch>(rows(src, srcStep), dst, from, to);
-        } else {
-            sampleLineRule<T, Ch>(rows(src, srcStep), dst, from, to);
-        }
-    });
+        .fail(outside(from) || outside(to), zepStsOutOfRange)
+        .fail(lineSampleCount(from, to) < 0, zepStsLengthOverflow)
+        .run([&] {
+            if constexpr (P == Path::vector) {
+                sampleLineFast<T, Ch>(rows(src, srcStep), dst, from, to);
+            } else {
+                sampleLineRule<T, Ch>(rows(src, srcStep), dst, from, to);
+            }
+        });
 }
 
 }  // namespace zep::geometry

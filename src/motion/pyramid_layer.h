@@ -85,8 +85,9 @@ inline ImageSize largestDst(Dir d, ImageSize src, float rate) {
 }
 
 // Byte offsets of the parts of a state (relative to its aligned start) and the
-// total that the caller allocates, 63 bytes of alignment slack included.
-inline LayerState stateLayout(Dir d, ImageSize src, float rate, int n, int channels, int64_t& total) {
+// total that the caller allocates, 63 bytes of alignment slack included. The
+// total saturates instead of wrapping; the offsets hold when it fits an int.
+inline LayerState stateLayout(Dir d, ImageSize src, float rate, int n, int channels, Bytes& total) {
     LayerState s{};
     s.kernelSize = n;
     s.rate = rate;
@@ -98,24 +99,24 @@ inline LayerState stateLayout(Dir d, ImageSize src, float rate, int n, int chann
     s.stride = (int64_t{dst.width} * channels + 15) & ~int64_t{15};
     const int64_t extent = std::max(dst.width, dst.height);
     s.extent = static_cast<int32_t>(extent);
-    int64_t at = alignedRowStep(sizeof(LayerState));
-    auto take = [&at](int64_t bytes) {
-        const int64_t here = at;
-        at += alignedRowStep(bytes);
+    Bytes at = alignedRowStep(sizeof(LayerState));
+    auto take = [&at](Bytes bytes) {
+        const int64_t here = at.value();
+        at = at + bytes.alignedTo(64);
         return here;
     };
-    s.kernel = take(8 * int64_t{n});
-    s.rowIndex = take(4 * taps);
-    s.rowWeight = take(4 * taps);
-    s.tapFirst = take(4 * extent);
-    s.tapCount = take(4 * extent);
-    s.tapWeight = take(4 * taps * extent);
-    s.colIndex = take(4 * taps * s.stride);
-    s.colWeight = take(4 * taps * s.stride);
-    s.colWindow = take(4 * taps * (s.stride / 16));
+    s.kernel = take(Bytes{8} * n);
+    s.rowIndex = take(Bytes{4} * taps);
+    s.rowWeight = take(Bytes{4} * taps);
+    s.tapFirst = take(Bytes{4} * extent);
+    s.tapCount = take(Bytes{4} * extent);
+    s.tapWeight = take(Bytes{4} * taps * extent);
+    s.colIndex = take(Bytes{4} * taps * s.stride);
+    s.colWeight = take(Bytes{4} * taps * s.stride);
+    s.colWindow = take(Bytes{4} * taps * (s.stride / 16));
     s.margin = n / 2 + 2;
-    s.evenOffset = take(4 * 2 * int64_t{n});
-    s.evenWeight = take(4 * 2 * int64_t{n});
+    s.evenOffset = take(Bytes{4} * 2 * n);
+    s.evenWeight = take(Bytes{4} * 2 * n);
     total = at + 63;
     return s;
 }
@@ -699,32 +700,33 @@ ZepStatus layerImage(const T* src, int srcStep, ImageSize srcRoi, T* dst, int ds
 
 // GetSize and Init checks: the source size; the rate, kernel size below 3 or
 // even (zepStsBadArg); channels (zepStsBadChannelCount); data type
-// (zepStsBadDataType); then a state past 2^31 - 1 bytes (zepStsBadArg).
+// (zepStsBadDataType); then, last, a state past 2^31 - 1 bytes
+// (zepStsSizeOverflow).
 inline Checks& layerChecks(Checks& checks, Dir d, ImageSize roi, float rate, int n, int channels, int dataType,
-                           int64_t& total) {
+                           Bytes& total) {
     checks.roi(roi)
         .fail(badRate(rate) || n < 3 || n % 2 == 0, zepStsBadArg)
         .fail(channels != 1 && channels != 3, zepStsBadChannelCount)
         .fail(dataType != zep8u && dataType != zep16u && dataType != zep32f, zepStsBadDataType);
     if (checks.status() == zepStsOk) {
         stateLayout(d, roi, rate, n, channels, total);
-        checks.fail(total > INT32_MAX, zepStsBadArg);
+        checks.sizeFits(total);
     }
     return checks;
 }
 
 inline ZepStatus layerGetSize(Dir d, ImageSize roi, float rate, int n, int channels, int dataType, int* stateSize) {
-    int64_t total = 0;
+    Bytes total;
     Checks checks;
     checks.notNull(stateSize);
     return layerChecks(checks, d, roi, rate, n, channels, dataType, total).run([&] {
-        *stateSize = static_cast<int>(total);
+        *stateSize = static_cast<int>(total.value());
     });
 }
 
 inline ZepStatus layerInit(Dir d, void** state, ImageSize roi, float rate, const void* kernel, int n, int channels,
                            int dataType, uint8_t* memory) {
-    int64_t total = 0;
+    Bytes total;
     Checks checks;
     checks.notNull(state, kernel, memory);
     return layerChecks(checks, d, roi, rate, n, channels, dataType, total).run([&] {

@@ -99,8 +99,9 @@ Extrema extremaVector(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi
                                    lo = simd::min<T>(v, lo);
                                    hi = simd::max<T>(v, hi);
                                } else {
-                                   lo = simd::min<T>(lo, used, v, lo);
-                                   hi = simd::max<T>(hi, used, v, hi);
+                                   const auto k = static_cast<simd::Mask<T>>(used);  // the lanes of one vector
+                                   lo = simd::min<T>(lo, k, v, lo);
+                                   hi = simd::max<T>(hi, k, v, hi);
                                }
                                if constexpr (Masked) any = true;
                            });
@@ -140,18 +141,19 @@ Extrema extremaVector(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi
 template <Path P, class T, int C, bool Masked>
 ZepStatus minMaxImage(const T* src, int srcStep, const uint8_t* mask, int maskStep, ImageSize roi, int coi,
                       float* minVal, float* maxVal, ImagePoint* minAt, ImagePoint* maxAt) {
-    const ZepStatus status = statsChecks<T, C, Masked>(src, srcStep, mask, maskStep, roi, coi).status();
-    if (status != zepStsOk) return status;
-    const int channel = C == 3 ? coi - 1 : 0;
-    Extrema e = P == Path::scalar
-                    ? extremaScalar<T, C, Masked>(rows(src, srcStep), rows(mask, maskStep), roi, channel)
-                    : extremaVector<T, C, Masked>(rows(src, srcStep), rows(mask, maskStep), roi, channel);
-    if (!e.any) e = Extrema{};
-    if (minVal != nullptr) *minVal = e.minVal;
-    if (maxVal != nullptr) *maxVal = e.maxVal;
-    if (minAt != nullptr) *minAt = e.minAt;
-    if (maxAt != nullptr) *maxAt = e.maxAt;
-    return e.any ? zepStsOk : zepStsEmptyMask;
+    const Checks checks = statsChecks<T, C, Masked>(src, srcStep, mask, maskStep, roi, coi);
+    return runWithWarning(checks, zepStsEmptyMask, [&] {
+        const int channel = C == 3 ? coi - 1 : 0;
+        Extrema e = P == Path::scalar
+                        ? extremaScalar<T, C, Masked>(rows(src, srcStep), rows(mask, maskStep), roi, channel)
+                        : extremaVector<T, C, Masked>(rows(src, srcStep), rows(mask, maskStep), roi, channel);
+        if (!e.any) e = Extrema{};
+        if (minVal != nullptr) *minVal = e.minVal;
+        if (maxVal != nullptr) *maxVal = e.maxVal;
+        if (minAt != nullptr) *minAt = e.minAt;
+        if (maxAt != nullptr) *maxAt = e.maxAt;
+        return !e.any;
+    });
 }
 
 }  // namespace zep::stats

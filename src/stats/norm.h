@@ -28,19 +28,20 @@ struct NormTotals {
     double den = 0.0;
 };
 
-// Writes the result of the totals and returns the status: the square root for
-// L2; for relative norms the quotient in double precision, or on a zero
-// denominator +inf, the NaN 0xFFF8000000000000 or -inf with a warning.
+// Writes the result of the totals: the square root for L2; for relative norms
+// the quotient in double precision, or on a zero denominator +inf, the NaN
+// 0xFFF8000000000000 or -inf. Returns whether the denominator was zero (the
+// result then comes with a warning).
 template <NormKind K, NormOf O>
-ZepStatus finishNorm(NormTotals t, double* result) {
+bool finishNorm(NormTotals t, double* result) {
     if constexpr (O != NormOf::rel) {
         *result = K == NormKind::l2 ? std::sqrt(t.num) : t.num;
-        return zepStsOk;
+        return false;
     } else {
         if (t.den != 0.0) {
             const double q = t.num / t.den;
             *result = K == NormKind::l2 ? std::sqrt(q) : q;
-            return zepStsOk;
+            return false;
         }
         if (t.num > 0.0)
             *result = std::numeric_limits<double>::infinity();
@@ -48,7 +49,7 @@ ZepStatus finishNorm(NormTotals t, double* result) {
             *result = std::bit_cast<double>(uint64_t{0xFFF8000000000000});
         else  // below zero, or NaN
             *result = -std::numeric_limits<double>::infinity();
-        return zepStsZeroDenominator;
+        return true;
     }
 }
 
@@ -211,7 +212,8 @@ IntTotals intNormVector(Rows<const T> a, Rows<const T> b, Rows<const uint8_t> ma
     // The lanes k of one vector. A whole vector inside the row is loaded
     // unmasked, so that the load does not wait for the lane mask, and then
     // zeroed where unselected; the row's last group loads under the mask.
-    auto body = [&]<bool Whole>(uint64_t k, const T* pa, const T* pb) {
+    auto body = [&]<bool Whole>(uint64_t selected, const T* pa, const T* pb) {
+        const auto k = static_cast<simd::Mask<T>>(selected);  // E bits at most
         add(
             [k](const T* p) {
                 if constexpr (Whole)
@@ -241,7 +243,7 @@ IntTotals intNormVector(Rows<const T> a, Rows<const T> b, Rows<const uint8_t> ma
                 [&](const T* p) {
                     __m512i v = Whole ? gather16(p) : gather16(p, n);
                     simd::opaque(v);  // keeps the compiler from folding the loads and the select into masked loads
-                    return simd::zeroOutside<T>(px, v);
+                    return simd::zeroOutside<T>(static_cast<simd::Mask<T>>(px), v);
                 },
                 pa, pb);
         } else {
@@ -513,10 +515,11 @@ ZepStatus normImage(const T* a, int aStep, const T* b, int bStep, const uint8_t*
                     rowOf<uint8_t>(maskStep, roi.width)});
     }
     if constexpr (Ch == 3) checks.fail(coi < 1 || coi > 3, zepStsBadChannelOfInterest);
-    if (checks.status() != zepStsOk) return checks.status();
-    const int c = Ch == 3 ? coi - 1 : 0;
-    const NormTotals t = normTotals<P, K, O, T, Ch>(rows(a, aStep), rows(b, bStep), rows(mask, maskStep), roi, c);
-    return finishNorm<K, O>(t, result);
+    return runWithWarning(checks, zepStsZeroDenominator, [&] {
+        const int c = Ch == 3 ? coi - 1 : 0;
+        const NormTotals t = normTotals<P, K, O, T, Ch>(rows(a, aStep), rows(b, bStep), rows(mask, maskStep), roi, c);
+        return finishNorm<K, O>(t, result);
+    });
 }
 
 }  // namespace zep::stats

@@ -290,7 +290,7 @@ TEST(PyramidLayer, SizeAndInitCheckOrder) {
         {"4 channels", 22, [](CallArgs& a) { a.param[3] = 4; }, zepStsBadChannelCount},
         {"16s data", 23, [](CallArgs& a) { a.param[4] = zep16s; }, zepStsBadDataType},
         {"state past 2^31 bytes", 24, [](CallArgs& a) { a.param[2] = (1 << 20) + 1, a.roi.width = 100000; },
-         zepStsBadArg}};
+         zepStsSizeOverflow}};
     for (Dir d : {Dir::down, Dir::up}) {
         std::vector<Breaker> sizeBreakers = {nul(0)}, initBreakers = {nul(0), nul(1), nul(2)};
         sizeBreakers.insert(sizeBreakers.end(), params.begin(), params.end());

@@ -50,6 +50,41 @@ TEST(PyramidSizes, RateTwoLevelsOf640x480) {
     EXPECT_EQ(zepiPyramidGetSize(&pyr, &buf, 1, {INT32_MAX, INT32_MAX}, 2.0f), zepStsSizeOverflow);
     EXPECT_EQ(pyr, -1);
     EXPECT_EQ(buf, -1);
+    // Init refuses what the query refuses.
+    alignas(8) uint8_t record[512] = {}, work[64] = {};
+    Pyramid* p = nullptr;
+    EXPECT_EQ(zepiPyramidInit(&p, 1, {1, 268435456}, 2.0f, record, work), zepStsSizeOverflow);
+    EXPECT_EQ(p, nullptr);
+}
+
+// A layer state past INT32_MAX bytes is a size that does not fit the query's
+// int: zepStsSizeOverflow with nothing written, from the query and from Init,
+// also where its byte count would pass INT64_MAX.
+TEST(PyramidSizes, LayerStatePastAnIntIsASizeOverflow) {
+    const uint8_t kernel[3] = {1, 2, 1};
+    alignas(64) uint8_t memory[64] = {};
+    struct Case {
+        ImageSize roi;
+        float rate;
+        int taps;
+    };
+    // 4 x (2^20 + 2) taps x 50000 columns of tap weights; then 2^31 taps over
+    // about 2^31 columns, and an up state of about 2^31 / 10 taps over 2^31 x 3 columns.
+    for (const Case c : {Case{{100000, 1}, 2.0f, (1 << 20) + 1}, Case{{INT32_MAX, INT32_MAX}, 1.01f, INT32_MAX},
+                         Case{{INT32_MAX, 1}, 10.0f, INT32_MAX}}) {
+        int size = -1;
+        PyramidDownState* down = nullptr;
+        PyramidUpState* up = nullptr;
+        EXPECT_EQ(zepiPyramidLayerDownGetSize_8u_C1R(c.roi, c.rate, c.taps, &size), zepStsSizeOverflow);
+        EXPECT_EQ(zepiPyramidLayerUpGetSize_32f_C3R(c.roi, c.rate, c.taps, &size), zepStsSizeOverflow);
+        EXPECT_EQ(size, -1);
+        EXPECT_EQ(zepiPyramidLayerDownInit_8u_C1R(&down, c.roi, c.rate, kernel, c.taps, 0, memory),
+                  zepStsSizeOverflow);
+        EXPECT_EQ(zepiPyramidLayerUpInit_8u_C1R(&up, c.roi, c.rate, kernel, c.taps, 0, memory), zepStsSizeOverflow);
+        EXPECT_EQ(down, nullptr);
+        EXPECT_EQ(up, nullptr);
+    }
+    for (uint8_t b : memory) ASSERT_EQ(b, 0);
 }
 
 // The source always lies in the up range of its down size, and since the up
