@@ -68,7 +68,7 @@ ZepStatus sizeRule(const CallArgs& a) {
     const auto w = upRange(a.roi.width, rate), h = upRange(a.roi.height, rate);
     if (Query == 0) at<ImageSize>(a, 0) = downSize(a.roi, rate);
     if (Query == 1) at<ImageSize>(a, 0) = {w.first, h.first}, at<ImageSize>(a, 1) = {w.second, h.second};
-    if (Query == 2) at<int>(a, 0) = 52 * int(levelsOf(a.roi, rate, a.param[0]).size()) + 100;
+    if (Query == 2) at<int>(a, 0) = 52 * int(levelsOf(a.roi, rate, a.param[0]).size() - 1) + 152;
     if (Query == 2) at<int>(a, 1) = 8 * std::max(a.roi.width, a.roi.height);
     return zepStsOk;
 }
@@ -267,11 +267,13 @@ Entry history(const char* name) {
                  params, checks);
 }
 
-// Sizes to 3000 x 700 and at the ends of an int; rates anywhere in (1, 10]; the level before the rate.
+// Sizes to 3000 x 700, past 2^24 (where the first estimate may be too large) and at the ends of an int; rates
+// anywhere in (1, 10]; the level before the rate.
 std::vector<ImageSize> sizeSweep() {
     std::mt19937 rng(5);
     std::vector<ImageSize> sizes = {{1, 1}, {INT32_MAX, 1}, {1, INT32_MAX}, {INT32_MAX, INT32_MAX}, {1 << 30, 3}};
-    for (int i = 0; i < 300; ++i) sizes.push_back({1 + int(rng() % 3000), 1 + int(rng() % 700)});
+    auto len = [&rng](uint32_t most) { return 1 + int(rng() % (rng() % 3 ? most : INT32_MAX)); };
+    for (int i = 0; i < 300; ++i) sizes.push_back({len(3000), len(700)});
     return sizes;
 }
 std::vector<double> anyRate(std::mt19937& rng, ImageSize) {
