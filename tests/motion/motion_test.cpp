@@ -19,8 +19,8 @@ namespace {
 using namespace zt;  // NOLINT: the registry's vocabulary
 
 template <class T>
-T& at(const CallArgs& a, int i) {
-    return *static_cast<T*>(a.ptr[size_t(i)]);
+T* at(const CallArgs& a, int i) {
+    return static_cast<T*>(a.ptr[size_t(i)]);
 }
 
 // ---- Rules.
@@ -66,10 +66,10 @@ template <int Query>
 ZepStatus sizeRule(const CallArgs& a) {
     const float rate = float(a.param[Query / 2]);
     const auto w = upRange(a.roi.width, rate), h = upRange(a.roi.height, rate);
-    if (Query == 0) at<ImageSize>(a, 0) = downSize(a.roi, rate);
-    if (Query == 1) at<ImageSize>(a, 0) = {w.first, h.first}, at<ImageSize>(a, 1) = {w.second, h.second};
-    if (Query == 2) at<int>(a, 0) = 52 * int(levelsOf(a.roi, rate, a.param[0]).size() - 1) + 152;
-    if (Query == 2) at<int>(a, 1) = 8 * std::max(a.roi.width, a.roi.height);
+    if (Query == 0) *at<ImageSize>(a, 0) = downSize(a.roi, rate);
+    if (Query == 1) *at<ImageSize>(a, 0) = {w.first, h.first}, *at<ImageSize>(a, 1) = {w.second, h.second};
+    if (Query == 2) *at<int>(a, 0) = 52 * int(levelsOf(a.roi, rate, a.param[0]).size() - 1) + 152;
+    if (Query == 2) *at<int>(a, 1) = 8 * std::max(a.roi.width, a.roi.height);
     return zepStsOk;
 }
 
@@ -80,8 +80,8 @@ ZepStatus recordRule(const CallArgs& a) {
     const size_t n = sizes.size(), rec = -reinterpret_cast<uintptr_t>(a.ptr[1]) % 8, roi = rec + sizeof(Pyramid) + 16;
     const size_t image = roi + 8 * n + 16, rate = image + 8 * n + 16, step = rate + 8 * n + 16;
     const size_t fields[] = {image, roi, rate, step, 0, n - 1};  // the level's 4 bytes
-    uint8_t* m = &at<uint8_t>(a, 1);
-    std::memcpy(m + rec, fields, 44), at<size_t>(a, 0) = rec;
+    uint8_t* m = at<uint8_t>(a, 1);
+    std::memcpy(m + rec, fields, 44), *at<size_t>(a, 0) = rec;
     double r = 1;
     for (size_t i = 0; i < n; ++i, r *= float(a.param[1]))
         std::memcpy(m + roi + 8 * i, &sizes[i], 8), std::memset(m + image + 8 * i, 0, 8),
@@ -168,8 +168,8 @@ ZepStatus layerRule(const CallArgs& a) {
 template <class P, class K>
 Entry entry(std::string name, std::vector<ImageRole> args, Caller call, Caller model, P params, K checks,
             std::vector<ImageSize> sizes = {}, std::vector<std::string> covers = {}) {
-    Entry e{name, args, call, model, params, checks, covers};
-    e.sizes = sizes;
+    Entry e{name, args, call, model, params, checks, covers};  // NaNs by class in float outputs only
+    e.nans = name.find("32f") == name.npos ? NaNs::exact : NaNs::byClass, e.sizes = sizes;
     return e;
 }
 
@@ -218,7 +218,7 @@ ZepStatus layerCall(const CallArgs& a) {
                                             : (void*)L::make(keep, made, rate, k, int(a.param[2]));
     const std::vector<uint8_t> before = keep.empty() ? std::vector<uint8_t>{} : keep.back().bytes();
     const ZepStatus status =
-        L::op(&at<const T>(a, 0), a.step[0], s, &at<T>(a, 1), a.step[1], d, (typename L::State*)state);
+        L::op(at<const T>(a, 0), a.step[0], s, at<T>(a, 1), a.step[1], d, (typename L::State*)state);
     return keep.empty() || keep.back().bytes() == before ? status : ZepStatus(-1000);
 }
 
@@ -294,11 +294,11 @@ auto rateChecks(size_t i, std::vector<Breaker> more = {}) {
 // Init with the adapter's work buffer of exactly 8 x max(w, h) bytes (none for parameter 2).
 ZepStatus pyramidInit(const CallArgs& a) {
     Canvas buffer = bufferOf(8 * std::max({1, a.roi.width, a.roi.height}));
-    uint8_t* m = &at<uint8_t>(a, 1);
+    uint8_t* m = at<uint8_t>(a, 1);
     const ZepStatus s = zepiPyramidInit(static_cast<Pyramid**>(a.ptr[0]), int(a.param[0]), a.roi, float(a.param[1]),
                                         m, a.param[2] ? nullptr : buffer.first());
     if (s != zepStsOk) return s;
-    Pyramid*& p = at<Pyramid*>(a, 0);
+    Pyramid*& p = *at<Pyramid*>(a, 0);
     for (void** q : {(void**)&p->pImage, (void**)&p->pRoi, (void**)&p->pRate, (void**)&p->pStep, (void**)&p})
         *q = reinterpret_cast<void*>(static_cast<uint8_t*>(*q) - m);
     return s;
@@ -366,7 +366,7 @@ template <class T, int C, bool Down = true>
 void expectStateQueries() {
     if constexpr (Down) expectStateQueries<T, C, false>();
     using L = Layer<T, C, Down>;
-    Canvas out = bufferOf(1 << 20);
+    Canvas out(1 << 20, 1, 1 << 20, 0);  // aligned for the int and pointer written
     const std::vector<T> k(5, T(1));
     auto set = [](size_t i, double v) {
         return Breaker{"parameter", 10 + int(i), [i, v](CallArgs& a) { a.param[i] = v; }, zepStsBadArg};
@@ -374,11 +374,11 @@ void expectStateQueries() {
     std::vector<Breaker> b = {nullBreaker(0), standardBreakers({}, {})[0], standardBreakers({}, {})[1]};
     for (auto [i, v] : {std::pair{0, 1.0}, {0, NAN}, {0, 10.000001}, {1, 4.0}, {1, 1.0}}) b.push_back(set(i, v));
     const Caller size = [](const CallArgs& a) {
-        return L::size(a.roi, float(a.param[0]), int(a.param[1]), &at<int>(a, 0));
+        return L::size(a.roi, float(a.param[0]), int(a.param[1]), at<int>(a, 0));
     };
     const Caller init = [](const CallArgs& a) {
-        return L::init(&at<typename L::State*>(a, 0), a.roi, float(a.param[0]), &at<const T>(a, 1), int(a.param[1]),
-                       7, &at<uint8_t>(a, 2));
+        return L::init(at<typename L::State*>(a, 0), a.roi, float(a.param[0]), at<const T>(a, 1), int(a.param[1]), 7,
+                       at<uint8_t>(a, 2));
     };
     expectOrder(L::name("GetSize"), CallArgs{{out.first()}, {}, {40, 30}, {2.0, 5}}, size, b, {&out});
     b.insert(b.begin() + 1, {nullBreaker(1), nullBreaker(2)});
