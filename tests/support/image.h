@@ -87,133 +87,73 @@ private:
 // inaccessible page.
 inline Canvas bufferOf(int64_t bytes, int64_t misalign = 13) { return Canvas(bytes, 1, bytes, misalign); }
 
-// Values for random images: integers over their full range; floats mostly
-// moderate, with NaN, infinities, -0, zeros and tiny values mixed in when
-// `specials` is set.
+// A random value of T: integers over their full range; floats mostly in
+// -1000..1000, with NaN, infinities, -0, zeros, denormals and huge values
+// mixed in when `specials` is set.
 template <class T>
 T randomValue(std::mt19937& rng, bool specials) {
     if constexpr (std::is_floating_point_v<T>) {
+        constexpr T inf = std::numeric_limits<T>::infinity();
+        const T special[] = {std::numeric_limits<T>::quiet_NaN(),
+                             inf,
+                             -inf,
+                             T(-0.0),
+                             T(0.0),
+                             std::numeric_limits<T>::denorm_min() * T(rng() % 1000),
+                             T(3.0e38) * (rng() % 2 ? 1 : -1)};
         const uint32_t pick = rng() % 64;
-        if (specials) {
-            switch (pick) {
-                case 0:
-                    return std::numeric_limits<T>::quiet_NaN();
-                case 1:
-                    return std::numeric_limits<T>::infinity();
-                case 2:
-                    return -std::numeric_limits<T>::infinity();
-                case 3:
-                    return T(-0.0);
-                case 4:
-                    return T(0.0);
-                case 5:
-                    return std::numeric_limits<T>::denorm_min() * T(rng() % 1000);
-                case 6:
-                    return T(3.0e38) * (rng() % 2 ? T(1) : T(-1));
-                default:
-                    break;
-            }
-        }
-        return std::uniform_real_distribution<T>(T(-1000), T(1000))(rng);
+        return specials && pick < 7 ? special[pick] : std::uniform_real_distribution<T>(T(-1000), T(1000))(rng);
     } else {
         return static_cast<T>(rng());
     }
 }
 
-// A typed image of width x height pixels of `channels` elements in a Canvas
-// with a random misalignment (up to 63 bytes) and random spare bytes per row.
-template <class T>
-struct Image {
-    int width, height, channels;
-    Canvas canvas;
+// A canvas of height rows of rowBytes at a random misalignment (a multiple of
+// `unit` up to 63 bytes) with 0 to 40 spare units per row, every byte random.
+inline Canvas randomCanvas(std::mt19937& rng, int64_t rowBytes, int64_t height, int unit) {
+    const int64_t spare = rng() % 3 == 0 ? 0 : unit * int64_t(1 + rng() % 40);
+    const int64_t lead = unit * int64_t(rng() % uint32_t(64 / unit));
+    Canvas c(rowBytes, height, rowBytes + spare, lead);
+    for (int64_t i = 0; i < lead + c.step() * (height - 1) + rowBytes; ++i) (c.first() - lead)[i] = uint8_t(rng());
+    return c;
+}
 
-    // unit: the element size that steps and the misalignment keep to (a byte
-    // image may stand in for wider elements).
-    Image(std::mt19937& rng, int w, int h, int ch = 1, bool specials = true, int unit = sizeof(T))
-        : width(w), height(h), channels(ch), canvas(makeCanvas(rng, w, h, ch, unit)) {
-        for (int y = 0; y < h; ++y)
-            for (int64_t x = 0; x < int64_t{w} * ch; ++x) at(y)[x] = randomValue<T>(rng, specials);
-    }
-
-    T* at(int y) const { return reinterpret_cast<T*>(canvas.row(y)); }
-    T* data() const { return at(0); }
-    int step() const { return static_cast<int>(canvas.step()); }
-    void fill(T v) {
-        for (int y = 0; y < height; ++y)
-            for (int x = 0; x < width * channels; ++x) at(y)[x] = v;
-    }
-
-private:
-    static Canvas makeCanvas(std::mt19937& rng, int w, int h, int ch, int unit) {
-        const int64_t rowBytes = int64_t{w} * ch * static_cast<int64_t>(sizeof(T));
-        const int64_t spare = (rng() % 3 == 0) ? 0 : int64_t{unit} * (1 + rng() % 40);
-        const int64_t lead = int64_t{unit} * (rng() % (64 / unit));
-        Canvas c(rowBytes, h, rowBytes + spare, lead);
-        uint8_t* p = c.first() - lead;
-        const int64_t used = lead + c.step() * (h - 1) + rowBytes;
-        for (int64_t i = 0; i < used; ++i) p[i] = static_cast<uint8_t>(rng());
-        return c;
-    }
-};
-
-// Mask densities: no pixel, exactly one pixel, about a tenth, about nine
-// tenths, every pixel.
-enum class Density { none, one, sparse, dense, all };
-inline constexpr Density kDensities[] = {Density::none, Density::one, Density::sparse, Density::dense, Density::all};
-
-inline void fillMask(std::mt19937& rng, const Image<uint8_t>& m, Density d) {
-    const int w = m.width, h = m.height;
-    const int64_t pick = static_cast<int64_t>(rng() % (static_cast<uint32_t>(w) * static_cast<uint32_t>(h)));
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) {
-            const bool on = d == Density::all || (d == Density::one && int64_t{y} * w + x == pick) ||
-                            (d == Density::sparse && rng() % 10 == 0) || (d == Density::dense && rng() % 10 != 0);
-            m.at(y)[x] = on ? static_cast<uint8_t>(1 + rng() % 255) : 0;
+// Fills the region with elements of `elemBytes` bytes: random values (floats
+// with specials), or with `few` set only a handful of distinct values, so
+// that extremes recur and specials meet (-0, 0, +-1, NaN, +-inf for floats).
+inline void fillValues(std::mt19937& rng, const Canvas& c, int elemBytes, bool few) {
+    static const float floats[] = {-0.0f, 0.0f, 1.0f, -1.0f, NAN, INFINITY, -INFINITY, 0.0f};
+    for (int64_t y = 0; y < c.height(); ++y)
+        for (int64_t x = 0; x + elemBytes <= c.rowBytes(); x += elemBytes) {
+            const uint32_t r = rng();
+            uint8_t* at = c.row(y) + x;
+            if (elemBytes == 4) {
+                const float v = few ? floats[r % 8] : randomValue<float>(rng, true);
+                std::memcpy(at, &v, 4);
+            } else if (elemBytes == 2) {
+                const uint16_t v = uint16_t(few ? r % 4 * 21845 : r);
+                std::memcpy(at, &v, 2);
+            } else {
+                for (int i = 0; i < elemBytes; ++i) at[i] = uint8_t(few ? r % 4 * 85 : rng());
+            }
         }
 }
 
-inline Image<uint8_t> makeMask(std::mt19937& rng, int w, int h, Density d) {
-    Image<uint8_t> m(rng, w, h);
-    fillMask(rng, m, d);
-    return m;
-}
-
-// Source values: full-range integers, floats with NaN, infinities, -0 and
-// denormals (random); floats in -1000..1000 (moderate) or spread over
-// 2^-60..2^44 with both signs (wide), whose sums round so that the order of
-// the additions shows in the last bits; few distinct values, so that the
-// extremes recur (ties); one value everywhere (constant).
-enum class Values { random, moderate, wide, ties, constant };
-
-// Fills a byte image standing for elements of `elemBytes` bytes.
-inline void fillSource(std::mt19937& rng, const Image<uint8_t>& img, int elemBytes, Values kind) {
-    static const float floatTies[] = {-0.0f, 0.0f, 1.0f, -1.0f, NAN, INFINITY, -INFINITY, 0.0f};
-    const uint32_t pick = rng();
-    const bool few = kind == Values::ties || kind == Values::constant;
-    for (int y = 0; y < img.height; ++y)
-        for (int x = 0; x < img.width / elemBytes; ++x) {
-            const uint32_t r = kind == Values::constant ? pick : rng();
-            if (elemBytes == 4)
-                reinterpret_cast<float*>(img.at(y))[x] =
-                    few                    ? floatTies[r % 8]
-                    : kind == Values::wide ? std::ldexp(float(r % (1u << 24)) * (rng() % 2 ? 1.0f : -1.0f),
-                                                        static_cast<int>(rng() % 80) - 84)
-                                           : randomValue<float>(rng, kind == Values::random);
-            else if (elemBytes == 2)
-                reinterpret_cast<uint16_t*>(img.at(y))[x] = uint16_t(few ? r % 4 * 21845 : r);
-            else
-                img.at(y)[x] = uint8_t(few ? r % 4 * 85 : r);
+// Mask bytes in one of five densities: none, exactly one, about a tenth,
+// about nine tenths, all (nonzero bytes random).
+inline void fillMask(std::mt19937& rng, const Canvas& c) {
+    const uint32_t density = rng() % 5, pixels = uint32_t(c.rowBytes() * c.height());
+    const uint32_t one = rng() % pixels;
+    for (int64_t y = 0; y < c.height(); ++y)
+        for (int64_t x = 0; x < c.rowBytes(); ++x) {
+            const uint32_t r = rng() % 10;
+            const bool on = density == 4 || (density == 1 && uint32_t(y * c.rowBytes() + x) == one) ||
+                            (density == 2 && r == 0) || (density == 3 && r != 0);
+            c.row(y)[x] = on ? uint8_t(1 + rng() % 255) : 0;
         }
 }
 
-inline Image<uint8_t> makeSource(std::mt19937& rng, int elemBytes, int channels, int w, int h, Values kind) {
-    Image<uint8_t> img(rng, w * elemBytes * channels, h, 1, false, elemBytes);
-    fillSource(rng, img, elemBytes, kind);
-    return img;
-}
-
-// Byte-wise comparison of two canvases of the same layout (NaNs by their
-// bits as well). Returns the first differing offset or -1.
+// The first byte at which two canvases of the same layout differ, or -1.
 inline int64_t firstDifference(const Canvas& a, const Canvas& b) {
     const std::vector<uint8_t> x = a.bytes(), y = b.bytes();
     for (size_t i = 0; i < x.size(); ++i)
@@ -240,42 +180,6 @@ inline int64_t firstGuardChange(const Canvas& c, const std::vector<uint8_t>& bef
     for (size_t i = 0; i < now.size(); ++i)
         if (now[i] != before[i] && !c.inRegion(i)) return static_cast<int64_t>(i);
     return -1;
-}
-
-// Runs `ours` on the regions of `outs` and `definition` on copies of them made
-// before, each given the first bytes of the regions. Both must return the same
-// status, success or a warning; ours must leave every byte outside the regions
-// as it was, and the two must agree byte for byte (NaNs of 32f regions only by
-// class when `floatNaNs` is set).
-template <class Ours, class Definition>
-::testing::AssertionResult agreeOn(const std::vector<const Canvas*>& outs, Ours&& ours, Definition&& definition,
-                                   bool floatNaNs = false) {
-    std::deque<Canvas> copies;
-    std::vector<std::vector<uint8_t>> before;
-    std::vector<uint8_t*> mine, theirs;
-    for (const Canvas* c : outs) {
-        before.push_back(c->bytes());
-        mine.push_back(c->first());
-        theirs.push_back(copies.emplace_back(*c).first());
-    }
-    if (const ZepStatus s = ours(mine.data()), d = definition(theirs.data()); s < zepStsOk || s != d)
-        return ::testing::AssertionFailure() << "status " << s << ", definition status " << d;
-    for (size_t i = 0; i < outs.size(); ++i) {
-        if (const int64_t at = firstGuardChange(*outs[i], before[i]); at >= 0)
-            return ::testing::AssertionFailure() << "output " << i << " changed outside its region at byte " << at;
-        if (floatNaNs) canonicalizeNaNs(*outs[i]), canonicalizeNaNs(copies[i]);
-        if (const int64_t at = firstDifference(*outs[i], copies[i]); at >= 0)
-            return ::testing::AssertionFailure() << "output " << i << " differs from the definition at byte " << at;
-    }
-    return ::testing::AssertionSuccess();
-}
-
-// The same for one output image; the calls get its first pixel.
-template <class T, class Ours, class Definition>
-::testing::AssertionResult agree(const Image<T>& out, Ours&& ours, Definition&& definition, bool floatNaNs = false) {
-    return agreeOn(
-        {&out.canvas}, [&](uint8_t* const* o) { return ours(reinterpret_cast<T*>(o[0])); },
-        [&](uint8_t* const* o) { return definition(reinterpret_cast<T*>(o[0])); }, floatNaNs);
 }
 
 // What a size query writes after `args`; the query must succeed.
