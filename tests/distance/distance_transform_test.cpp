@@ -1,6 +1,5 @@
-// Distance transforms: the registry's entries with their rules written out
-// (the chamfer scans plainly, the exact transform by search), the buffer size
-// query, deep envelopes, and OpenCV as a peer.
+// Distance transforms: entries with their rules (the chamfer scans plainly, the
+// exact transform by search), deep envelopes, and OpenCV as a peer.
 #include <gtest/gtest.h>
 
 #include <cfloat>
@@ -167,44 +166,34 @@ const bool enrolled = zt::enrol({
     costTable<zepiGetDistanceTransformMask_32f, float, false>("zepiGetDistanceTransformMask_32f"),
     costTable<zepiGetDistanceTransformMask_32s, int32_t, false>("zepiGetDistanceTransformMask_32s"),
     costTable<zepiGetDistanceTransformMask, float, true>("zepiGetDistanceTransformMask"),
+    // Sides rounded up to 4, the larger times 24, plus 56; refused past 2^31 - 1 (at INT32_MAX too, where 32 bits
+    // would wrap), with nothing written.
+    Entry("zepiTrueDistanceTransformGetBufferSize_8u32f_C1R", {zt::result(4)},
+          zt::callWith<zepiTrueDistanceTransformGetBufferSize_8u32f_C1R>,
+          [](const CallArgs& a) {
+              const int64_t n = (std::max<int64_t>(a.roi.width, a.roi.height) + 3) / 4 * 96 + 56;
+              return n > INT32_MAX ? zepStsSizeOverflow : (at<int>(a, 0, 0, 0) = int(n), zepStsOk);
+          },
+          {}, {}, {}, zt::NaNs::exact,
+          {{5, 3}, {1, 1}, {7, 1001}, {89478480, 1}, {89478481, 1}, {1, 178956971}, {INT32_MAX, INT32_MAX}}),
     [] {
-        Entry e{"zepiTrueDistanceTransform_8u32f_C1R",
-                {zt::input(1), zt::output(4, 1, 0), {1, 1, -1, 0, false, 1}},
-                exactCall,
-                exactRule};
-        e.covers = {"zepiTrueDistanceTransformGetBufferSize_8u32f_C1R"};
+        Entry e("zepiTrueDistanceTransform_8u32f_C1R", {zt::input(1), zt::output(4, 1, 0), {1, 1, -1, 0, false, 1}},
+                exactCall, exactRule);
         for (int w : zt::sweepWidths())
             for (int h : {1, 3, 7, 33}) e.sizes.push_back({w, h});
         return e;
     }(),
 });
 
-TEST(DistanceRules, BufferSizeUpToTheLargestThatFitsAnInt) {
-    const auto size = zepiTrueDistanceTransformGetBufferSize_8u32f_C1R;
-    EXPECT_EQ(zt::queried(size, ImageSize{5, 3}), 8 * 24 + 56);
-    EXPECT_EQ(zt::queried(size, ImageSize{1, 1}), 4 * 24 + 56);
-    EXPECT_EQ(zt::queried(size, ImageSize{7, 1001}), 1004 * 24 + 56);
-    EXPECT_EQ(zt::queried(size, ImageSize{89478480, 1}), 89478480 * 24 + 56);
-    // Past it (at INT32_MAX, or where 32 bits would wrap): refused with nothing
-    // written, and so is the transform of such an image. Null before the size.
-    int n = -1;
-    for (const ImageSize big :
-         {ImageSize{89478481, 1}, ImageSize{1, 178956971}, ImageSize{INT32_MAX, 1}, ImageSize{INT32_MAX, INT32_MAX}})
-        EXPECT_EQ(size(big, &n), zepStsSizeOverflow) << big.width << "x" << big.height;
-    EXPECT_EQ(size({0, 3}, nullptr), zepStsNullPointer);
-    EXPECT_EQ(size({0, 3}, &n), zepStsBadSize);
-    EXPECT_EQ(size({3, -1}, &n), zepStsBadSize);
-    EXPECT_EQ(n, -1);
+// Stacks outgrow the buffer where a zero column at the left keeps every row
+// on each column's envelope, and the strip is redone narrower; both meet in
+// one image, wide or tall, on the paths for sides above 16383 and 32767 too.
+// An image whose buffer size is refused is refused.
+TEST(DistanceRules, DeepEnvelopesAndLargeImages) {
     uint8_t pixel = 1, scratch[64];
     float out = 0.0f;
     EXPECT_EQ(zepiTrueDistanceTransform_8u32f_C1R(&pixel, 178956971, &out, 715827884, {178956971, 1}, scratch),
               zepStsSizeOverflow);
-}
-
-// Stacks outgrow the buffer where a zero column at the left keeps every row
-// on each column's envelope, and the strip is redone narrower; both meet in
-// one image, wide or tall, on the paths for sides above 16383 and 32767 too.
-TEST(DistanceRules, DeepEnvelopesAndLargeImages) {
     std::mt19937 rng(91);
     for (const ImageSize roi :
          {ImageSize{640, 360}, ImageSize{37, 301}, ImageSize{301, 300}, ImageSize{33, 517}, ImageSize{517, 33},
