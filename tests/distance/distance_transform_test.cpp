@@ -168,17 +168,23 @@ const bool enrolled = zt::enrol({
     costTable<zepiGetDistanceTransformMask, float, true>("zepiGetDistanceTransformMask"),
     // Sides rounded up to 4, the larger times 24, plus 56; refused past 2^31 - 1 (at INT32_MAX too, where 32 bits
     // would wrap), with nothing written.
-    Entry("zepiTrueDistanceTransformGetBufferSize_8u32f_C1R", {zt::result(4)},
+    Entry{"zepiTrueDistanceTransformGetBufferSize_8u32f_C1R",
+          {zt::result(4)},
           zt::callWith<zepiTrueDistanceTransformGetBufferSize_8u32f_C1R>,
           [](const CallArgs& a) {
               const int64_t n = (std::max<int64_t>(a.roi.width, a.roi.height) + 3) / 4 * 96 + 56;
               return n > INT32_MAX ? zepStsSizeOverflow : (at<int>(a, 0, 0, 0) = int(n), zepStsOk);
           },
-          {}, {}, {}, zt::NaNs::exact,
-          {{5, 3}, {1, 1}, {7, 1001}, {89478480, 1}, {89478481, 1}, {1, 178956971}, {INT32_MAX, INT32_MAX}}),
+          {},
+          {},
+          {},
+          zt::NaNs::exact,
+          {{5, 3}, {1, 1}, {7, 1001}, {89478480, 1}, {89478481, 1}, {1, 178956971}, {INT32_MAX, INT32_MAX}}},
     [] {
-        Entry e("zepiTrueDistanceTransform_8u32f_C1R", {zt::input(1), zt::output(4, 1, 0), {1, 1, -1, 0, false, 1}},
-                exactCall, exactRule);
+        Entry e{"zepiTrueDistanceTransform_8u32f_C1R",
+                {zt::input(1), zt::output(4, 1, 0), {1, 1, -1, 0, false, 1}},
+                exactCall,
+                exactRule};
         for (int w : zt::sweepWidths())
             for (int h : {1, 3, 7, 33}) e.sizes.push_back({w, h});
         return e;

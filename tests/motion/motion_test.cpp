@@ -237,9 +237,15 @@ Entry layer() {
         for (Fault f : {narrowState, badDestination}) b.push_back(fault(f, zepStsBadSize));
     };
     using L = Layer<T, C, Down>;
-    return Entry(L::name(""), {input(sizeof(T), C), output(sizeof(T), C, 0)}, layerCall<T, C, Down>,
-                 layerRule<T, C, Down>, params, checks, {L::name("GetSize"), L::name("Init")},
-                 sizeof(T) == 4 ? NaNs::byClass : NaNs::exact, sizes);
+    return Entry{L::name(""),
+                 {input(sizeof(T), C), output(sizeof(T), C, 0)},
+                 layerCall<T, C, Down>,
+                 layerRule<T, C, Down>,
+                 params,
+                 checks,
+                 {L::name("GetSize"), L::name("Init")},
+                 sizeof(T) == 4 ? NaNs::byClass : NaNs::exact,
+                 sizes};
 }
 
 template <class S, auto F>
@@ -251,8 +257,9 @@ Entry history(const char* name) {
     auto checks = [](std::vector<Breaker>& b) {
         b.push_back({"negative duration", 50, [](CallArgs& a) { a.param[1] = -1e-30; }, zepStsOutOfRange});
     };
-    return Entry(name, {sizeof(S) == 1 ? maskOf(0) : input(sizeof(S)), output(4, 1, 0)}, callWith<F>, historyRule<S>,
-                 params, checks);
+    return Entry{name,        {sizeof(S) == 1 ? maskOf(0) : input(sizeof(S)), output(4, 1, 0)},
+                 callWith<F>, historyRule<S>,
+                 params,      checks};
 }
 
 // Sizes to 3000 x 700, past 2^24 (where the first estimate may be too large) and at the ends of an int; rates
@@ -301,15 +308,42 @@ const bool enrolled = enrol({
     history<uint8_t, zepiUpdateMotionHistory_8u32f_C1IR>("zepiUpdateMotionHistory_8u32f_C1IR"),
     history<uint16_t, zepiUpdateMotionHistory_16u32f_C1IR>("zepiUpdateMotionHistory_16u32f_C1IR"),
     history<float, zepiUpdateMotionHistory_32f_C1IR>("zepiUpdateMotionHistory_32f_C1IR"),
-    Entry("zepiGetPyramidDownROI", {result(8)}, callWith<zepiGetPyramidDownROI>, sizeRule<0>, anyRate, rateChecks(0),
-          {}, NaNs::exact, sizeSweep()),
-    Entry("zepiGetPyramidUpROI", {result(8), result(8)}, callWith<zepiGetPyramidUpROI>, sizeRule<1>, anyRate,
-          rateChecks(0), {}, NaNs::exact, sizeSweep()),
-    Entry("zepiPyramidGetSize", {result(4), result(4)}, callWith<zepiPyramidGetSize>, sizeRule<2>, levelAndRate,
-          rateChecks(1, {huge(1, 268435456), huge(INT32_MAX, INT32_MAX)}), {}, NaNs::exact,
-          {{1, 1}, {640, 480}, {268435455, 1}, {1, 268435455}, {3, 700}, {257, 3}}),
-    Entry("zepiPyramidInit", {result(8), result(4001)}, pyramidInit, recordRule, levelAndRate,
-          rateChecks(1, {noBuffer}), {}, NaNs::exact, {{1, 1}, {640, 480}, {257, 3}, {3, 700}, {100, 37}, {2, 1}}),
+    Entry{"zepiGetPyramidDownROI",
+          {result(8)},
+          callWith<zepiGetPyramidDownROI>,
+          sizeRule<0>,
+          anyRate,
+          rateChecks(0),
+          {},
+          NaNs::exact,
+          sizeSweep()},
+    Entry{"zepiGetPyramidUpROI",
+          {result(8), result(8)},
+          callWith<zepiGetPyramidUpROI>,
+          sizeRule<1>,
+          anyRate,
+          rateChecks(0),
+          {},
+          NaNs::exact,
+          sizeSweep()},
+    Entry{"zepiPyramidGetSize",
+          {result(4), result(4)},
+          callWith<zepiPyramidGetSize>,
+          sizeRule<2>,
+          levelAndRate,
+          rateChecks(1, {huge(1, 268435456), huge(INT32_MAX, INT32_MAX)}),
+          {},
+          NaNs::exact,
+          {{1, 1}, {640, 480}, {268435455, 1}, {1, 268435455}, {3, 700}, {257, 3}}},
+    Entry{"zepiPyramidInit",
+          {result(8), result(4001)},
+          pyramidInit,
+          recordRule,
+          levelAndRate,
+          rateChecks(1, {noBuffer}),
+          {},
+          NaNs::exact,
+          {{1, 1}, {640, 480}, {257, 3}, {3, 700}, {100, 37}, {2, 1}}},
     layer<uint8_t, 1, true>(),
     layer<uint8_t, 1, false>(),
     layer<uint8_t, 3, true>(),
