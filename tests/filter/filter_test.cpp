@@ -79,7 +79,8 @@ std::vector<double> withValues(std::vector<double> p, std::mt19937& rng) {
 // each not a multiple.
 Bs steps(std::vector<std::array<int, 3>> images) {
     Bs b, odd;
-    for (auto [i, px, e] : images) {
+    for (const std::array<int, 3>& image : images) {
+        const int i = image[0], px = image[1], e = image[2];
         b.push_back({"short step", 100 + i, [=](CallArgs& a) { a.step[i] = a.roi.width * px - e; }, zepStsBadStep});
         b.push_back({"negative step", 100 + i, [=](CallArgs& a) { a.step[i] = -px; }, zepStsBadStep});
         if (e > 1) odd.push_back({"odd step", 100 + i, [i](CallArgs& a) { a.step[i] += 1; }, zepStsStepNotMultiple});
@@ -508,7 +509,7 @@ TEST(FilterSizes, FormulaOrRefusalAtTheEdgesOfAnInt) {
     }
     // Init and the Gaussian's queries check in this order too; nothing written on error.
     zt::Canvas initSpec(400, 1, 400, 0);
-    CallArgs valid({initSpec.first(), initSpec.first() + 200}, {}, {16, 8}, {5, 1.2, 1, zep8u, 1});
+    CallArgs valid{{initSpec.first(), initSpec.first() + 200}, {}, {16, 8}, {5, 1.2, 1, zep8u, 1}};
     // clang-format off
     Bs init = {zt::nullBreaker(0), zt::nullBreaker(1), kSize[1], kSize[0], set("kernel 4", 0, 4, zepStsBadArg),
         set("kernel 1", 0, 1, zepStsBadArg), set("data type 2", 3, 2, zepStsBadDataType),
