@@ -45,6 +45,18 @@ using Caller = std::function<ZepStatus(const CallArgs&)>;
 // next pointer, an int right after a pointer that pointer's step (unless it
 // has none), the first ImageSize (or ImageSizeL) the ROI, a later ImageSize or
 // an ImagePoint the next two parameters, any other the next parameter.
+// A parameter as T; integers saturate (NaN is 0), as wild values ask.
+template <class T>
+T parameterAs(double v) {
+    if constexpr (std::is_integral_v<T>) {
+        if (!(v == v)) return T(0);
+        const double lo = double(std::numeric_limits<T>::min()), hi = double(std::numeric_limits<T>::max());
+        return v <= lo ? std::numeric_limits<T>::min() : v >= hi ? std::numeric_limits<T>::max() : T(v);
+    } else {
+        return T(v);
+    }
+}
+
 template <auto F>
 ZepStatus callWith(const CallArgs& a) {
     size_t p = 0, q = 0;
@@ -58,9 +70,9 @@ ZepStatus callWith(const CallArgs& a) {
                            std::is_same_v<T, ImagePoint>)
             return !std::is_same_v<T, ImagePoint> && !std::exchange(roiTaken, true)
                        ? T{a.roi.width, a.roi.height}
-                       : T{int(a.param[q++]), int(a.param[q++])};
+                       : T{parameterAs<int>(a.param[q++]), parameterAs<int>(a.param[q++])};
         else
-            return step ? T(a.step[p - 1]) : T(a.param[q++]);
+            return step ? T(a.step[p - 1]) : parameterAs<T>(a.param[q++]);
     };
     return [&]<class... P>(ZepStatus (*)(P...)) {
         return std::apply(F, std::tuple<P...>{next(std::type_identity<P>{})...});
