@@ -630,28 +630,10 @@ template <class T>
         _mm_mask_storeu_epi16(p, k, _mm256_cvtepi32_epi16(v));
 }
 
-// An integer vector of B bits (128, 256 or 512).
-template <int B>
-struct IntVecOf;
-template <>
-struct IntVecOf<128> {
-    using type = __m128i;
-};
-template <>
-struct IntVecOf<256> {
-    using type = __m256i;
-};
-template <>
-struct IntVecOf<512> {
-    using type = __m512i;
-};
-
 // Sixteen 32-bit lanes whose values lie inside T's range (8u 8s 16u 16s) as
-// sixteen elements of T, in order.
+// sixteen elements of T, in order: a 256-bit vector for 16-bit T, 128-bit for 8-bit.
 template <class T>
-using Narrowed = typename IntVecOf<128 * static_cast<int>(sizeof(T))>::type;
-template <class T>
-[[gnu::always_inline]] inline Narrowed<T> narrow(__m512i v) {
+[[gnu::always_inline]] inline auto narrow(__m512i v) {
     static_assert(isOneOf<T, uint8_t, int8_t, uint16_t, int16_t>, "narrow: 8u 8s 16u 16s");
     if constexpr (sizeof(T) == 1)
         return _mm512_cvtepi32_epi8(v);
@@ -659,17 +641,13 @@ template <class T>
         return _mm512_cvtepi32_epi16(v);
 }
 
-// Thirty-two elements of T (8u 8s 16u 16s): a vector of them for 16-bit T, half
-// of one for 8-bit T.
-template <class T>
-using Packed = typename IntVecOf<256 * static_cast<int>(sizeof(T))>::type;
-
 // Two vectors of sixteen 32-bit lanes packed into thirty-two elements of T,
 // each saturated to T's range, in the order of the 128-bit-lane packs: within
 // every 128-bit lane, four lanes of lo, then four of hi (the inverse of
-// interleaving 16-bit lanes with unpacklo and unpackhi).
+// interleaving 16-bit lanes with unpacklo and unpackhi): a 512-bit vector for
+// 16-bit T, 256-bit for 8-bit.
 template <class T>
-[[gnu::always_inline]] inline Packed<T> packSaturated(__m512i lo, __m512i hi) {
+[[gnu::always_inline]] inline auto packSaturated(__m512i lo, __m512i hi) {
     static_assert(isOneOf<T, uint8_t, int8_t, uint16_t, int16_t>, "packSaturated: 8u 8s 16u 16s");
     // (explicit pass-through operands: GCC's "undefined" ones warn in debug builds)
     if constexpr (std::is_same_v<T, int16_t>) {
@@ -685,8 +663,8 @@ template <class T>
 }
 
 // Thirty-two packed elements of T to p, the lanes of k only.
-template <class T>
-[[gnu::always_inline]] inline void storePacked(T* p, Packed<T> v, __mmask32 k) {
+template <class T, class V>
+[[gnu::always_inline]] inline void storePacked(T* p, V v, __mmask32 k) {
     if constexpr (sizeof(T) == 2)
         _mm512_mask_storeu_epi16(p, k, v);
     else
