@@ -347,7 +347,7 @@ inline void downColumns(const float* sc, const int32_t* off, const float* w, int
         alignas(64) int32_t lane[16];
         const int e0 = 16 * ph;
         for (int m = 0; m < 16; ++m) lane[m] = 2 * m - (e0 + m) % Ch + e0 % Ch;
-        pick[ph] = _mm512_load_si512(lane);
+        pick[ph] = simd::load(lane);
     }
     const int count = N > 0 ? N : taps;
     int ph = 0;
@@ -422,7 +422,7 @@ inline void upColumns3(const float* sc, const int32_t* const off[2], const float
             const int t = t0 + m, X = t / 3, c = t % 3;
             lane[m] = (X % 2) * 16 + 3 * (X / 2) + c - jb;
         }
-        pick[ph] = _mm512_load_si512(lane);
+        pick[ph] = simd::load(lane);
     }
     int ph = 0;
     for (int t0 = 0; t0 < dstElems; t0 += 16) {
