@@ -107,20 +107,20 @@ void runFilter(const T* src, int64_t srcStep, T* dst, int64_t dstStep, int64_t W
                                                                        border, taps, h.kernelSize, divisor, lay);
 }
 
-// The bands of a call: at least min(k, most) rows (most: the tallest the
-// buffer holds), the ring within its share of the cache, and streaming stores
-// when passBytes fill the cache.
+// The bands of a call (core/band.h): at least min(k, most) rows (most: the
+// tallest the buffer holds), more while the ring stays within its budget, and
+// streaming stores when passBytes fill the cache (asked from queryBytes on).
 template <int Ch>
-Bands gaussianBands(int64_t W, int64_t k, int64_t ringBytes, int64_t most, int64_t dstBytes, int64_t passBytes) {
+Bands gaussianBands(int64_t W, int64_t k, int64_t ringBytes, int64_t most, int64_t passBytes, int64_t queryBytes) {
     const int64_t L = ((W + k) * Ch + 7) & ~int64_t{7};
-    return planBands({dstBytes, passBytes, L * ringBytes, k - 1, most < k ? most : k, most});
+    return planBands({passBytes, queryBytes, L * ringBytes, k - 1, most < k ? most : k, most});
 }
 
 // The 32-bit filters: pointers, spec, (C3) border value, steps (too small,
 // then not a multiple), ROI, then the spec's checks, and last a buffer size
-// that the size query refuses. Bands are as tall as the reported size holds
-// (a source and destination too large for the cache together: shorter, and
-// written with streaming stores).
+// that the size query refuses. Bands keep within what the reported size
+// holds; a source and destination too large for the cache together are
+// written with streaming stores.
 template <class T, int Ch>
 ZepStatus gaussianBorder32(const T* pSrc, int srcStep, T* pDst, int dstStep, ImageSize roi, const T* value,
                            const void* pSpec, uint8_t* pBuffer) {
@@ -140,9 +140,10 @@ ZepStatus gaussianBorder32(const T* pSrc, int srcStep, T* pDst, int dstStep, Ima
     return checks.run([&] {
         // Ring rows start on cache lines when a buffer of the size the query
         // reports has room for the padding (it has, but for the narrowest
-        // images); bands are as tall as that buffer allows. Should no ring of
-        // floats fit, the rows stay 16-bit; should no ring of min(H, k) rows
-        // fit, the widened row is left out (the parts before it fit).
+        // images), and bands are at most as tall as that buffer allows. Should
+        // no ring of floats fit, the rows stay 16-bit; should no ring of
+        // min(H, k) rows fit, the widened row is left out (the parts before it
+        // fit).
         GaussianLayout lay{};
         auto fits = [&](int64_t rows, int64_t ringBytes, bool align) {
             Carve carve(pBuffer);
@@ -171,7 +172,7 @@ ZepStatus gaussianBorder32(const T* pSrc, int srcStep, T* pDst, int dstStep, Ima
         const bool widened = rows > 0;
         if (!widened) rows = roi.height < k ? roi.height : k;
         const int64_t dataBytes = int64_t{roi.width} * Ch * int64_t(sizeof(T)) * roi.height;
-        const Bands bands = gaussianBands<Ch>(roi.width, k, ringBytes, rows, dataBytes, 2 * dataBytes);
+        const Bands bands = gaussianBands<Ch>(roi.width, k, ringBytes, rows, 2 * dataBytes, kStreamQueryBytes);
         fits(bands.rows, ringBytes, align);
         if (!widened) lay.widened = nullptr;
         lay.store = bands.store;
@@ -199,8 +200,8 @@ Bytes bufferSizeL(int64_t W, int64_t H, int64_t k, int dataType, int n) {
 // The _L filters: pointers, spec, (C3) border value, ROI, steps (too small,
 // then not a multiple), the spec's checks, then the 32-bit overflow check
 // (sizes and steps of 0x7fffffff and more) and a buffer size past INT64_MAX.
-// Destinations of 0x80000 bytes and more ask the cache size: bands are cut so
-// that the ring stays within its share of the cache, and destinations at
+// Destinations of 0x80000 bytes and more ask the cache size (core/band.h):
+// bands of up to 64 rows are cut to the ring's budget, and destinations at
 // least as large as the cache are written with streaming stores.
 template <class T, int Ch>
 ZepStatus gaussianL(const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, ImageSizeL roi, const T* value,
@@ -221,7 +222,8 @@ ZepStatus gaussianL(const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, Im
         const bool ringOfFloats = floatRing<T>(pSpec, int(k));
         const int64_t ringBytes = ringOfFloats ? 4 : int64_t(sizeof(InterOf<T>));
         const int64_t dstBytes = roi.width * Ch * int64_t(sizeof(T)) * roi.height;
-        const Bands bands = gaussianBands<Ch>(roi.width, k, ringBytes, stripOfL(roi.height, k), dstBytes, dstBytes);
+        const Bands bands =
+            gaussianBands<Ch>(roi.width, k, ringBytes, stripOfL(roi.height, k), dstBytes, kCacheQueryBytes);
         GaussianLayout lay{};
         Carve carve(pBuffer);
         gaussianLayout(carve, roi.width, k, Ch, bands.rows, ringBytes, sizeof(T), true, lay);

@@ -772,10 +772,9 @@ void columnPassPairs(const ColumnPass<Src, Tap>& p, Dst* dst, const PairPlan& pl
             const Src* rows[kMaxPairTaps];
             for (int j = 0; j < k; ++j) rows[j] = p.rows[y + j];
             Dst* out = reinterpret_cast<Dst*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
-            walkBlocks<32>(out, E, [&](int64_t e, int64_t n, bool whole) {
+            walkBlocks<32>(out, E, [&](int64_t e, __mmask32 m, bool whole) {
                 pairBlock<K, Sym, FR>(
-                    cl, tl, k, [&](int j) { return rows[j] + e; }, out + e, simd::firstLanes32(int(n)),
-                    whole && stream);
+                    cl, tl, k, [&](int j) { return rows[j] + e; }, out + e, m, whole && stream);
             });
         }
     });
@@ -853,8 +852,7 @@ void columnPassSingle(const ColumnPass<Row, int16_t>& p, Dst* dst) {
         auto row = [&](int j) { return K > 0 ? rows[j] : all[j]; };
         Dst* out = reinterpret_cast<Dst*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
         if constexpr (P == Path::vector) {
-            walkBlocks<16>(out, p.elements, [&](int64_t e, int64_t n, bool whole) {
-                const __mmask16 m = simd::firstLanes16(int(n));
+            walkBlocks<16>(out, p.elements, [&](int64_t e, __mmask16 m, bool whole) {
                 auto value = [&](int j) { return simd::loadAsFloat(row(j) + e, m); };
                 __m512 acc = _mm512_mul_ps(tap(0), value(0));
 #pragma GCC unroll 16

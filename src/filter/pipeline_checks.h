@@ -12,7 +12,7 @@ namespace zep::filter {
 // ones (core/band.h) with streaming stores. (The pipelines' bands are the
 // caller's: one call is one band.)
 inline Store pipelineStore(int64_t srcBytes, int64_t dstBytes) {
-    return planBands({dstBytes, srcBytes + dstBytes, 0, 0, 1, 1}).store;
+    return planBands({srcBytes + dstBytes, kStreamQueryBytes, 0, 0, 1, 1}).store;
 }
 
 // When a row pass checks its divisor, and what it accepts.

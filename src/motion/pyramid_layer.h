@@ -339,9 +339,8 @@ inline void sumRows(const T* const* in, const float* w, int taps, int elems, flo
 // margins around it): element e = x * Ch + c takes sc[(2x + o) * Ch + c] =
 // sc[2e - c + Ch * o] for each tap offset o. A block of 16 elements starting
 // at e0 reads a 32-element window from 2 * e0 - c(e0) + Ch * o.
-template <class T, int Ch, int N>
-inline void downColumns(const float* sc, const int32_t* off, const float* w, int taps, int dstElems, T* out,
-                        bool stream) {
+template <class T, int Ch, int N, bool Stream>
+inline void downColumns(const float* sc, const int32_t* off, const float* w, int taps, int dstElems, T* out) {
     __m512i pick[Ch];
     for (int ph = 0; ph < Ch; ++ph) {
         alignas(64) int32_t lane[16];
@@ -360,7 +359,7 @@ inline void downColumns(const float* sc, const int32_t* off, const float* w, int
             acc = plus(acc, j, _mm512_mul_ps(_mm512_set1_ps(w[j]), v));
         }
         if (e + 16 <= dstElems)
-            stream ? simd::streamRoundHalfUp(out + e, acc) : simd::storeRoundHalfUp(out + e, acc);
+            Stream ? simd::streamRoundHalfUp(out + e, acc) : simd::storeRoundHalfUp(out + e, acc);
         else
             simd::storeRoundHalfUp(out + e, acc, simd::firstLanes<16>(dstElems - e));
         if (++ph == Ch) ph = 0;
@@ -370,9 +369,9 @@ inline void downColumns(const float* sc, const int32_t* off, const float* w, int
 // Up, one destination row: output X = 2x + p takes sc[(x + o) * Ch + c] for
 // the offsets o of phase p. One channel: even and odd results of 16 pixels,
 // interleaved into 32 outputs.
-template <class T, int NE, int NO>
+template <class T, int NE, int NO, bool Stream>
 inline void upColumns1(const float* sc, const int32_t* const off[2], const float* const w[2], const int count[2],
-                       int dstWidth, T* out, bool stream) {
+                       int dstWidth, T* out) {
     const __m512i lo = _mm512_set_epi32(23, 7, 22, 6, 21, 5, 20, 4, 19, 3, 18, 2, 17, 1, 16, 0);
     const __m512i hi = _mm512_add_epi32(lo, _mm512_set1_epi32(8));
     const int ne = NE > 0 ? NE : count[0], no = NO > 0 ? NO : count[1];
@@ -384,7 +383,7 @@ inline void upColumns1(const float* sc, const int32_t* const off[2], const float
             odd = plus(odd, j, _mm512_mul_ps(_mm512_set1_ps(w[1][j]), simd::load(sc + x + off[1][j])));
         const __m512 a = _mm512_permutex2var_ps(even, lo, odd), b = _mm512_permutex2var_ps(even, hi, odd);
         const int left = dstWidth - 2 * x;
-        if (left >= 32 && stream) {
+        if (left >= 32 && Stream) {
             simd::streamRoundHalfUp(out + 2 * x, a);
             simd::streamRoundHalfUp(out + 2 * x + 16, b);
         } else if (left >= 32) {
@@ -401,9 +400,9 @@ inline void upColumns1(const float* sc, const int32_t* const off[2], const float
 // j = 3x + c (rows ev and od), then the block of 16 outputs from t0 picks its
 // elements from the 16 of each row from jb = 3 * (t0 / 3 / 2); the pick
 // repeats every three blocks.
-template <class T>
+template <class T, bool Stream>
 inline void upColumns3(const float* sc, const int32_t* const off[2], const float* const w[2], const int count[2],
-                       int dstElems, float* ev, float* od, T* out, bool stream) {
+                       int dstElems, float* ev, float* od, T* out) {
     const int pairs = (dstElems / 3 + 1) / 2;
     for (int j = 0; j < 3 * pairs + 16; j += 16) {
         __m512 even = _mm512_set1_ps(-0.0f), odd = even;
@@ -429,7 +428,7 @@ inline void upColumns3(const float* sc, const int32_t* const off[2], const float
         const int jb = 3 * (t0 / 3 / 2);
         const __m512 v = _mm512_permutex2var_ps(simd::load(ev + jb), pick[ph], simd::load(od + jb));
         if (t0 + 16 <= dstElems)
-            stream ? simd::streamRoundHalfUp(out + t0, v) : simd::storeRoundHalfUp(out + t0, v);
+            Stream ? simd::streamRoundHalfUp(out + t0, v) : simd::storeRoundHalfUp(out + t0, v);
         else
             simd::storeRoundHalfUp(out + t0, v, simd::firstLanes<16>(dstElems - t0));
         if (++ph == 3) ph = 0;
@@ -491,7 +490,7 @@ inline Bands layerBands(Dir d, const LayerState* s, ImageSize srcRoi, ImageSize 
     const int64_t srcRow = int64_t{srcRoi.width} * Ch * int64_t(sizeof(T)),
                   dstRow = int64_t{dstRoi.width} * Ch * int64_t(sizeof(T));
     const int64_t chunkRow = std::min<int64_t>(int64_t{srcRoi.width} * Ch, chunkFloats) * int64_t(sizeof(T));
-    return planBands({dstRow * dstRoi.height, srcRow * srcRoi.height + dstRow * dstRoi.height,
+    return planBands({srcRow * srcRoi.height + dstRow * dstRoi.height, kStreamQueryBytes,
                       chunkRow * (d == Dir::down ? 2 : 1), s->kernelSize, 1, dstRoi.height});
 }
 
@@ -557,23 +556,28 @@ bool resampleRateTwo(Dir d, const LayerState* s, Rows<const T> src, ImageSize sr
                 });
                 const float* sc = cols + int64_t{M} * Ch;  // position s0
                 T* out = dst[y] + int64_t{x0} * Ch;
-                const bool stream = streamRow(bands, dst[y]);
-                if (d == Dir::down) {
-                    if (count[0] == 5)
-                        downColumns<T, Ch, 5>(sc, off[0], w[0], 5, outs * Ch, out, stream);
-                    else if (count[0] == 3)
-                        downColumns<T, Ch, 3>(sc, off[0], w[0], 3, outs * Ch, out, stream);
-                    else
-                        downColumns<T, Ch, 0>(sc, off[0], w[0], count[0], outs * Ch, out, stream);
-                } else if constexpr (Ch == 1) {
-                    if (count[0] == 3 && count[1] == 2)
-                        upColumns1<T, 3, 2>(sc, off, w, count, outs, out, stream);
-                    else
-                        upColumns1<T, 0, 0>(sc, off, w, count, outs, out, stream);
-                } else {
-                    float* ev = cols + (hi - lo) * Ch + 64;
-                    upColumns3<T>(sc, off, w, count, outs * Ch, ev, ev + 3 * (K / 2) + 32, out, stream);
-                }
+                auto columns = [&]<bool S>() {
+                    if (d == Dir::down) {
+                        if (count[0] == 5)
+                            downColumns<T, Ch, 5, S>(sc, off[0], w[0], 5, outs * Ch, out);
+                        else if (count[0] == 3)
+                            downColumns<T, Ch, 3, S>(sc, off[0], w[0], 3, outs * Ch, out);
+                        else
+                            downColumns<T, Ch, 0, S>(sc, off[0], w[0], count[0], outs * Ch, out);
+                    } else if constexpr (Ch == 1) {
+                        if (count[0] == 3 && count[1] == 2)
+                            upColumns1<T, 3, 2, S>(sc, off, w, count, outs, out);
+                        else
+                            upColumns1<T, 0, 0, S>(sc, off, w, count, outs, out);
+                    } else {
+                        float* ev = cols + (hi - lo) * Ch + 64;
+                        upColumns3<T, S>(sc, off, w, count, outs * Ch, ev, ev + 3 * (K / 2) + 32, out);
+                    }
+                };
+                if (streamRow(bands, dst[y]))
+                    columns.template operator()<true>();
+                else
+                    columns.template operator()<false>();
             }
         }
     });
