@@ -42,6 +42,7 @@ struct BandNeeds {
     int64_t extraRows;   // the intermediate rows a band holds beyond its own (a kernel's reach)
     int64_t fewest;      // the band heights the work buffer has room for, fewest <= most
     int64_t most;
+    int64_t budget = kBandBytes;  // the bytes the intermediate rows may take (within half the cache, when asked)
 };
 
 struct Bands {
@@ -54,7 +55,7 @@ struct Bands {
 // streaming stores when passBytes are at least the whole cache (a failed
 // query reads as 0 and changes nothing).
 inline Bands planBands(const BandNeeds& n) {
-    int64_t budget = kBandBytes;
+    int64_t budget = n.budget;
     Store store = Store::cached;
     if (n.passBytes >= n.queryBytes) {
         int32_t cache = 0;

@@ -310,8 +310,8 @@ inline __m512i pairRound(const PairConstants& c, __m512i v) {
 // tap j. Symmetric plans first add the values of taps j and k-1-j. A whole
 // block on its boundary may be written with a streaming store (stream).
 template <int K, bool Sym, bool FloatRound, class Dst, class At>
-inline void pairBlock(const PairConstants& c, const __m512i* tp, int k, At at, Dst* out, __mmask32 m,
-                      bool stream = false) {
+[[gnu::always_inline]] inline void pairBlock(const PairConstants& c, const __m512i* tp, int k, At at, Dst* out,
+                                             __mmask32 m, bool stream = false) {
     using Src = std::remove_cv_t<std::remove_pointer_t<decltype(at(0))>>;
     constexpr bool offset = std::is_same_v<Src, uint16_t>;
     const int count = K > 0 ? K : k;
@@ -772,10 +772,11 @@ void columnPassPairs(const ColumnPass<Src, Tap>& p, Dst* dst, const PairPlan& pl
             const Src* rows[kMaxPairTaps];
             for (int j = 0; j < k; ++j) rows[j] = p.rows[y + j];
             Dst* out = reinterpret_cast<Dst*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
-            walkBlocks<32>(out, E, [&](int64_t e, __mmask32 m, bool whole) {
-                pairBlock<K, Sym, FR>(
-                    cl, tl, k, [&](int j) { return rows[j] + e; }, out + e, m, whole && stream);
-            });
+            walkBlocks<32>(
+                out, E, [&](int64_t e, __mmask32 m, bool whole) __attribute__((always_inline)) {
+                    pairBlock<K, Sym, FR>(
+                        cl, tl, k, [&](int j) { return rows[j] + e; }, out + e, m, whole && stream);
+                });
         }
     });
 }
@@ -852,18 +853,19 @@ void columnPassSingle(const ColumnPass<Row, int16_t>& p, Dst* dst) {
         auto row = [&](int j) { return K > 0 ? rows[j] : all[j]; };
         Dst* out = reinterpret_cast<Dst*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
         if constexpr (P == Path::vector) {
-            walkBlocks<16>(out, p.elements, [&](int64_t e, __mmask16 m, bool whole) {
-                auto value = [&](int j) { return simd::loadAsFloat(row(j) + e, m); };
-                __m512 acc = _mm512_mul_ps(tap(0), value(0));
+            walkBlocks<16>(
+                out, p.elements, [&](int64_t e, __mmask16 m, bool whole) __attribute__((always_inline)) {
+                    auto value = [&](int j) { return simd::loadAsFloat(row(j) + e, m); };
+                    __m512 acc = _mm512_mul_ps(tap(0), value(0));
 #pragma GCC unroll 16
-                for (int j = 1; j < count; ++j) acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), value(j)));
-                acc = _mm512_min_ps(_mm512_max_ps(acc, lo), hi);
-                const __m512i q = _mm512_cvt_roundps_epi32(acc, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
-                if (whole && stream)
-                    simd::stream(out + e, simd::narrow<Dst>(q));
-                else
-                    simd::storeNarrow(out + e, q, m);
-            });
+                    for (int j = 1; j < count; ++j) acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), value(j)));
+                    acc = _mm512_min_ps(_mm512_max_ps(acc, lo), hi);
+                    const __m512i q = _mm512_cvt_roundps_epi32(acc, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+                    if (whole && stream)
+                        simd::stream(out + e, simd::narrow<Dst>(q));
+                    else
+                        simd::storeNarrow(out + e, q, m);
+                });
         } else {
             for (int64_t e = 0; e < p.elements; ++e)
                 out[e] = columnElementFloat<Dst>(all, e, p.taps, p.k, reciprocal);
