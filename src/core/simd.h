@@ -584,6 +584,132 @@ template <class T>
     return s;
 }
 
+// ==== Separable filters and pyramid layers: narrow lanes, packed pairs and
+// streaming stores. (Appended vocabulary; the sections above are unchanged.)
+
+// Eight elements (8u, 16u, 16s) converted exactly to double; the lanes of k (others 0).
+template <class T>
+[[gnu::always_inline]] inline __m512d loadAsDouble(const T* p, __mmask8 k) {
+    static_assert(isOneOf<T, uint8_t, uint16_t, int16_t>, "loadAsDouble: 8u 16u 16s");
+    if constexpr (std::is_same_v<T, uint8_t>)
+        return _mm512_cvtepi32_pd(_mm256_cvtepu8_epi32(_mm_maskz_loadu_epi8(k, p)));
+    else if constexpr (std::is_same_v<T, uint16_t>)
+        return _mm512_cvtepi32_pd(_mm256_cvtepu16_epi32(_mm_maskz_loadu_epi16(k, p)));
+    else
+        return _mm512_cvtepi32_pd(_mm256_cvtepi16_epi32(_mm_maskz_loadu_epi16(k, p)));
+}
+
+// Thirty-two elements (8u, 16u, 16s) as 16-bit lanes, 8u zero-extended; the
+// lanes of k (others 0).
+template <class T>
+[[gnu::always_inline]] inline __m512i loadAsInt16(const T* p, __mmask32 k) {
+    static_assert(isOneOf<T, uint8_t, uint16_t, int16_t>, "loadAsInt16: 8u 16u 16s");
+    if constexpr (std::is_same_v<T, uint8_t>)
+        return _mm512_cvtepu8_epi16(_mm256_maskz_loadu_epi8(k, p));
+    else
+        return _mm512_maskz_loadu_epi16(k, p);
+}
+
+// 32-bit lanes whose values lie inside T's range (8u 8s 16u 16s) stored as
+// elements of T, the lanes of k only: sixteen from a 512-bit vector, eight
+// from a 256-bit one.
+template <class T>
+[[gnu::always_inline]] inline void storeNarrow(T* p, __m512i v, __mmask16 k) {
+    static_assert(isOneOf<T, uint8_t, int8_t, uint16_t, int16_t>, "storeNarrow: 8u 8s 16u 16s");
+    if constexpr (sizeof(T) == 1)
+        _mm_mask_storeu_epi8(p, k, _mm512_cvtepi32_epi8(v));
+    else
+        _mm256_mask_storeu_epi16(p, k, _mm512_cvtepi32_epi16(v));
+}
+template <class T>
+[[gnu::always_inline]] inline void storeNarrow(T* p, __m256i v, __mmask8 k) {
+    static_assert(isOneOf<T, uint8_t, int8_t, uint16_t, int16_t>, "storeNarrow: 8u 8s 16u 16s");
+    if constexpr (sizeof(T) == 1)
+        _mm_mask_storeu_epi8(p, k, _mm256_cvtepi32_epi8(v));
+    else
+        _mm_mask_storeu_epi16(p, k, _mm256_cvtepi32_epi16(v));
+}
+
+// Sixteen 32-bit lanes whose values lie inside T's range (8u 8s 16u 16s) as
+// sixteen elements of T, in order: a 256-bit vector for 16-bit T, 128-bit for 8-bit.
+template <class T>
+[[gnu::always_inline]] inline auto narrow(__m512i v) {
+    static_assert(isOneOf<T, uint8_t, int8_t, uint16_t, int16_t>, "narrow: 8u 8s 16u 16s");
+    if constexpr (sizeof(T) == 1)
+        return _mm512_cvtepi32_epi8(v);
+    else
+        return _mm512_cvtepi32_epi16(v);
+}
+
+// Two vectors of sixteen 32-bit lanes packed into thirty-two elements of T,
+// each saturated to T's range, in the order of the 128-bit-lane packs: within
+// every 128-bit lane, four lanes of lo, then four of hi (the inverse of
+// interleaving 16-bit lanes with unpacklo and unpackhi): a 512-bit vector for
+// 16-bit T, 256-bit for 8-bit.
+template <class T>
+[[gnu::always_inline]] inline auto packSaturated(__m512i lo, __m512i hi) {
+    static_assert(isOneOf<T, uint8_t, int8_t, uint16_t, int16_t>, "packSaturated: 8u 8s 16u 16s");
+    // (explicit pass-through operands: GCC's "undefined" ones warn in debug builds)
+    if constexpr (std::is_same_v<T, int16_t>) {
+        return _mm512_packs_epi32(lo, hi);
+    } else if constexpr (std::is_same_v<T, uint16_t>) {
+        return _mm512_packus_epi32(lo, hi);
+    } else if constexpr (std::is_same_v<T, uint8_t>) {
+        const __m512i w = _mm512_max_epi16(_mm512_packs_epi32(lo, hi), _mm512_setzero_si512());
+        return _mm512_mask_cvtusepi16_epi8(_mm256_setzero_si256(), ~__mmask32{0}, w);
+    } else {
+        return _mm512_mask_cvtsepi16_epi8(_mm256_setzero_si256(), ~__mmask32{0}, _mm512_packs_epi32(lo, hi));
+    }
+}
+
+// Thirty-two packed elements of T to p, the lanes of k only.
+template <class T, class V>
+[[gnu::always_inline]] inline void storePacked(T* p, V v, __mmask32 k) {
+    if constexpr (sizeof(T) == 2)
+        _mm512_mask_storeu_epi16(p, k, v);
+    else
+        _mm256_mask_storeu_epi8(p, k, v);
+}
+
+// A whole vector to p, aligned to the vector's size, with a non-temporal store:
+// the line is neither read first nor kept in the cache. The caller orders a
+// call's streaming stores with _mm_sfence before it returns (finishStores).
+[[gnu::always_inline]] inline void stream(float* p, __m512 v) { _mm512_stream_ps(p, v); }
+template <class T>
+[[gnu::always_inline]] inline void stream(T* p, __m512i v) {
+    _mm512_stream_si512(reinterpret_cast<__m512i*>(p), v);
+}
+template <class T>
+[[gnu::always_inline]] inline void stream(T* p, __m256i v) {
+    _mm256_stream_si256(reinterpret_cast<__m256i*>(p), v);
+}
+template <class T>
+[[gnu::always_inline]] inline void stream(T* p, __m128i v) {
+    _mm_stream_si128(reinterpret_cast<__m128i*>(p), v);
+}
+
+// storeRoundHalfUp's sixteen results with a non-temporal store, to p aligned
+// to their bytes (64 for 32f, 32 for 16u, 16 for 8u).
+template <class T>
+[[gnu::always_inline]] inline void streamRoundHalfUp(T* p, __m512 v) {
+    if constexpr (isFloat<T>) {
+        _mm512_stream_ps(p, v);
+    } else if constexpr (std::is_same_v<T, uint8_t>) {
+        _mm_stream_si128(reinterpret_cast<__m128i*>(p), _mm512_cvtusepi32_epi8(detail::halfUpIntegers(v)));
+    } else {
+        static_assert(std::is_same_v<T, uint16_t>);
+        _mm256_stream_si256(reinterpret_cast<__m256i*>(p), _mm512_cvtusepi32_epi16(detail::halfUpIntegers(v)));
+    }
+}
+
+// The elements from p to the next boundary of B bytes (0 if p is on one, or if
+// p is not aligned to its elements and so never reaches one).
+template <int B, class T>
+[[gnu::always_inline]] inline int64_t toBoundary(const T* p) {
+    const auto bytes = static_cast<int64_t>((B - (reinterpret_cast<uintptr_t>(p) & (B - 1))) & (B - 1));
+    return bytes % static_cast<int64_t>(sizeof(T)) ? 0 : bytes / static_cast<int64_t>(sizeof(T));
+}
+
 }  // namespace zep::simd
 
 // ===========================================================================

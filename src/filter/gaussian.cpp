@@ -2,8 +2,6 @@
 // filters of the 32-bit and 64-bit-size families.
 #include "filter/gaussian.h"
 
-#include <zepcore.h>
-
 #include "filter/pipeline_checks.h"
 
 namespace zep::filter {
@@ -109,9 +107,21 @@ void runFilter(const T* src, int64_t srcStep, T* dst, int64_t dstStep, int64_t W
                                                                        border, taps, h.kernelSize, divisor, lay);
 }
 
+// The bands of a call (core/band.h): at least min(k, most) rows (most: the
+// tallest the buffer holds), more while the ring stays within its budget, and
+// streaming stores when passBytes fill the cache (asked from queryBytes on).
+template <int Ch>
+Bands gaussianBands(int64_t W, int64_t k, int64_t ringBytes, int64_t most, int64_t passBytes, int64_t queryBytes,
+                    int64_t budget) {
+    const int64_t L = ((W + k) * Ch + 7) & ~int64_t{7};
+    return planBands({passBytes, queryBytes, L * ringBytes, k - 1, most < k ? most : k, most, budget});
+}
+
 // The 32-bit filters: pointers, spec, (C3) border value, steps (too small,
 // then not a multiple), ROI, then the spec's checks, and last a buffer size
-// that the size query refuses. Bands are min(H, k) rows.
+// that the size query refuses. Bands keep within what the reported size
+// holds; a source and destination too large for the cache together are
+// written with streaming stores.
 template <class T, int Ch>
 ZepStatus gaussianBorder32(const T* pSrc, int srcStep, T* pDst, int dstStep, ImageSize roi, const T* value,
                            const void* pSpec, uint8_t* pBuffer) {
@@ -131,29 +141,50 @@ ZepStatus gaussianBorder32(const T* pSrc, int srcStep, T* pDst, int dstStep, Ima
     return checks.run([&] {
         // Ring rows start on cache lines when a buffer of the size the query
         // reports has room for the padding (it has, but for the narrowest
-        // images). A ring of floats takes bands as tall as that buffer allows,
-        // down to one row.
-        const int64_t strip = roi.height < k ? roi.height : k;
+        // images), and bands are at most as tall as that buffer allows. Should
+        // no ring of floats fit, the rows stay 16-bit; should no ring of
+        // min(H, k) rows fit, the widened row is left out (the parts before it
+        // fit).
         GaussianLayout lay{};
         auto fits = [&](int64_t rows, int64_t ringBytes, bool align) {
             Carve carve(pBuffer);
-            return gaussianLayout(carve, roi.width, k, Ch, rows, ringBytes, sizeof(T), sizeof(T), false, align, lay)
-                       .value() <= size.value();
+            return gaussianLayout(carve, roi.width, k, Ch, rows, ringBytes, sizeof(T), align, lay).value() <=
+                   size.value();
+        };
+        // The tallest band that fits (fits is monotonic in the rows), 0 if none.
+        auto tallest = [&](int64_t ringBytes, bool align) {
+            int64_t lo = 0, hi = std::min<int64_t>(roi.height, size.value() / ringBytes + 1);
+            while (lo < hi) {
+                const int64_t mid = hi - (hi - lo) / 2;
+                if (fits(mid, ringBytes, align))
+                    lo = mid;
+                else
+                    hi = mid - 1;
+            }
+            return lo;
         };
         bool ringOfFloats = floatRing<T>(pSpec, int(k));
-        if (ringOfFloats) {
-            int64_t rows = strip;
-            while (rows > 0 && !fits(rows, 4, true)) --rows;
-            ringOfFloats = rows > 0;
-        }
-        if (!ringOfFloats && !fits(strip, sizeof(InterOf<T>), true) && !fits(strip, sizeof(InterOf<T>), false))
-            lay.widened = nullptr;  // the parts before it fit the reported size
+        int64_t rows = ringOfFloats ? tallest(4, true) : 0;
+        ringOfFloats = rows > 0;
+        const int64_t ringBytes = ringOfFloats ? 4 : int64_t(sizeof(InterOf<T>));
+        bool align = true;
+        if (!ringOfFloats) rows = tallest(ringBytes, true);
+        if (rows == 0) align = false, rows = tallest(ringBytes, false);
+        const bool widened = rows > 0;
+        if (!widened) rows = roi.height < k ? roi.height : k;
+        const int64_t dataBytes = int64_t{roi.width} * Ch * int64_t(sizeof(T)) * roi.height;
+        const Bands bands =
+            gaussianBands<Ch>(roi.width, k, ringBytes, rows, 2 * dataBytes, kStreamQueryBytes, kBandBytes);
+        fits(bands.rows, ringBytes, align);
+        if (!widened) lay.widened = nullptr;
+        lay.store = bands.store;
         runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, spec.h, spec.border, pSpec, lay,
                          ringOfFloats);
     });
 }
 
 constexpr int64_t kOverflow = 0x7fffffff;
+constexpr int64_t kNoBudget = INT64_MAX;  // the ring bounded by the cache alone
 inline bool beyond32(ImageSizeL roi) { return roi.width >= kOverflow || roi.height >= kOverflow; }
 
 // The 64-bit-size family's band height: up to 64 rows (at least k).
@@ -166,16 +197,17 @@ int64_t elemBytesOf(int dataType) { return dataType == zep8u ? 1 : dataType == z
 Bytes bufferSizeL(int64_t W, int64_t H, int64_t k, int dataType, int n) {
     Carve measure;
     GaussianLayout lay{};
-    return gaussianLayout(measure, W, k, n, stripOfL(H, k), ringBytesOf(dataType), elemBytesOf(dataType),
-                          elemBytesOf(dataType), true, true, lay);
+    return gaussianLayout(measure, W, k, n, stripOfL(H, k), ringBytesOf(dataType), elemBytesOf(dataType), true, lay);
 }
 
 // The _L filters: pointers, spec, (C3) border value, ROI, steps (too small,
 // then not a multiple), the spec's checks, then the 32-bit overflow check
 // (sizes and steps of 0x7fffffff and more) and a buffer size past INT64_MAX.
-// Destinations of 0x80000 bytes and more ask the cache size: bands are cut so
-// that the ring stays within half the cache, and destinations at least as
-// large as the cache are written with streaming stores.
+// Destinations of 0x80000 bytes and more ask the cache size (core/band.h):
+// bands of up to 64 rows are cut so that the ring stays within half the
+// cache (taller bands than the 32-bit family's: measured faster at 4K where
+// the destination is not streamed), and destinations at least as large as
+// the cache are written with streaming stores.
 template <class T, int Ch>
 ZepStatus gaussianL(const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, ImageSizeL roi, const T* value,
                     const void* pSpec, uint8_t* pBuffer) {
@@ -192,23 +224,15 @@ ZepStatus gaussianL(const T* pSrc, int64_t srcStep, T* pDst, int64_t dstStep, Im
         .quietIf(!spec.initialised)
         .sizeFits64(bufferSizeL(roi.width, roi.height, k, typeCode<T>(), Ch));
     return checks.run([&] {
-        const int64_t rowBytes = roi.width * Ch * int64_t(sizeof(T));
         const bool ringOfFloats = floatRing<T>(pSpec, int(k));
         const int64_t ringBytes = ringOfFloats ? 4 : int64_t(sizeof(InterOf<T>));
-        int64_t strip = stripOfL(roi.height, k);
-        bool stream = false;
-        const int64_t dstData = rowBytes * roi.height;
-        if (dstData >= 0x80000) {
-            int32_t cache = 0;
-            zepGetMaxCacheSizeB(&cache);
-            stream = cache > 0 && dstData >= cache;
-            const int64_t L = ((roi.width + k) * Ch + 7) & ~int64_t{7};
-            const int64_t fit = cache / 2 / (L * ringBytes) - (k - 1);
-            if (cache > 0 && fit < strip) strip = fit < 1 ? 1 : fit;
-        }
+        const int64_t dstBytes = roi.width * Ch * int64_t(sizeof(T)) * roi.height;
+        const Bands bands = gaussianBands<Ch>(roi.width, k, ringBytes, stripOfL(roi.height, k), dstBytes,
+                                              kCacheQueryBytes, kNoBudget);
         GaussianLayout lay{};
         Carve carve(pBuffer);
-        gaussianLayout(carve, roi.width, k, Ch, strip, ringBytes, sizeof(T), sizeof(T), stream, true, lay);
+        gaussianLayout(carve, roi.width, k, Ch, bands.rows, ringBytes, sizeof(T), true, lay);
+        lay.store = bands.store;
         runFilter<T, Ch>(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, value, spec.h, spec.border, pSpec, lay,
                          ringOfFloats);
     });

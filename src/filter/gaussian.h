@@ -1,12 +1,14 @@
 // Gaussian filter: the spec (kernel and border), the size formulas, and the
-// band driver that runs the row pass into a ring of intermediate rows in the
-// work buffer and the column pass from the ring into the destination.
+// filter over bands (core/band.h) that runs the row pass into a ring of
+// intermediate rows in the work buffer and the column pass from the ring into
+// the destination.
 #pragma once
 
 #include <cmath>
 #include <cstring>
 #include <type_traits>
 
+#include "core/band.h"
 #include "core/buffer.h"
 #include "filter/pipeline.h"
 
@@ -72,19 +74,18 @@ struct GaussianLayout {
     uint8_t* ring;
     uint8_t* constRow;  // one source row of the border value
     const void** rowPointers;
-    uint8_t* staging;  // one destination row, for streamed output (or null)
-    int16_t* widened;  // 8u C1: one source row widened to 16 bits with its border pixels (or null)
+    int16_t* widened;             // 8u C1: one source row widened to 16 bits with its border pixels (or null)
+    Store store = Store::cached;  // how the destination rows are written
 };
 
 // The buffer's parts for a W x H image of n channels with band height `strip`
 // (ring rows a whole number of cache lines apart if alignRows): the ring, one
-// constant-border source row, the ring's row pointers, then optionally a
-// staging row for streamed output, and for single-channel 8u sources (srcBytes
-// 1) a row for their widened copy, which a caller short of room may leave out
-// (widened null) without moving the other parts. Returns the bytes used from
-// the carve's start.
+// constant-border source row, the ring's row pointers, and for single-channel
+// 8u sources (srcBytes 1) a row for their widened copy, which a caller short
+// of room may leave out (widened null) without moving the other parts.
+// Returns the bytes used from the carve's start.
 inline Bytes gaussianLayout(Carve& carve, int64_t W, int64_t k, int64_t n, int64_t strip, int64_t ringBytes,
-                            int64_t srcBytes, int64_t dstBytes, bool staging, bool alignRows, GaussianLayout& out) {
+                            int64_t srcBytes, bool alignRows, GaussianLayout& out) {
     const Bytes L = ((Bytes{W} + k) * n).alignedTo(8);
     const Bytes ringStep = alignRows ? (L * ringBytes).alignedTo(64) : L * ringBytes;
     out.strip = strip;
@@ -93,23 +94,8 @@ inline Bytes gaussianLayout(Carve& carve, int64_t W, int64_t k, int64_t n, int64
     out.ring = carve.take<uint8_t>(ringStep * out.ringRows);
     out.constRow = carve.take<uint8_t>(Bytes{W} * n * srcBytes);
     out.rowPointers = carve.take<const void*>(out.ringRows);
-    out.staging = staging ? carve.take<uint8_t>(Bytes{W} * n * dstBytes) : nullptr;
     out.widened = srcBytes == 1 && n == 1 ? carve.take<int16_t>(L) : nullptr;  // (W + k - 1) * n values at most
     return carve.size();
-}
-
-// Copies one row to memory with streaming stores for its 64-byte-aligned middle.
-inline void streamRow(uint8_t* dst, const uint8_t* src, int64_t bytes) {
-    int64_t i = 0;
-    const int64_t head = static_cast<int64_t>((64 - (reinterpret_cast<uintptr_t>(dst) & 63)) & 63);
-    if (head >= bytes) {
-        std::memcpy(dst, src, static_cast<size_t>(bytes));
-        return;
-    }
-    std::memcpy(dst, src, static_cast<size_t>(head));
-    for (i = head; i + 64 <= bytes; i += 64)
-        _mm512_stream_si512(reinterpret_cast<__m512i*>(dst + i), simd::load512(src + i));
-    std::memcpy(dst + i, src + i, static_cast<size_t>(bytes - i));
 }
 
 // Rewrites the n 16-bit integers at the start of a row as the equal floats, in
@@ -118,10 +104,7 @@ inline void streamRow(uint8_t* dst, const uint8_t* src, int64_t bytes) {
 inline void widenRowInPlace(void* row, int64_t n) {
     const auto* in = static_cast<const int16_t*>(row);
     auto* out = static_cast<float*>(row);
-    auto widen = [&](int64_t i, __mmask16 m) {
-        const __m512 v = _mm512_cvtepi32_ps(_mm512_cvtepi16_epi32(_mm256_maskz_loadu_epi16(m, in + i)));
-        _mm512_mask_storeu_ps(out + i, m, v);
-    };
+    auto widen = [&](int64_t i, __mmask16 m) { simd::store(out + i, simd::loadAsFloat(in + i, m), m); };
     int64_t i = n - n % 16;
     if (i < n) widen(i, simd::firstLanes16(int(n - i)));
     while (i > 0) widen(i -= 16, 0xFFFF);
@@ -163,8 +146,7 @@ void gaussianRun(const Src* src, int64_t srcStep, Src* dst, int64_t dstStep, int
         bound = b < 32768 ? int32_t(b) : 32768;
     }
     int64_t next = -r;  // the next intermediate row to compute
-    for (int64_t y0 = 0; y0 < H; y0 += lay.strip) {
-        const int64_t nb = H - y0 < lay.strip ? H - y0 : lay.strip;
+    forEachBand(H, lay.strip, [&](int64_t y0, int64_t nb) {
         for (; next <= y0 + nb - 1 + r; ++next) {
             const Src* row = srcRow(next);
             const bool synthetic = reinterpret_cast<const uint8_t*>(row) == lay.constRow;
@@ -180,18 +162,10 @@ void gaussianRun(const Src* src, int64_t srcStep, Src* dst, int64_t dstStep, int
         const Ring** ptrs = reinterpret_cast<const Ring**>(lay.rowPointers);
         for (int64_t j = 0; j < nb + k - 1; ++j) ptrs[j] = reinterpret_cast<const Ring*>(ringRow(y0 - r + j));
         Src* out = reinterpret_cast<Src*>(reinterpret_cast<char*>(dst) + y0 * dstStep);
-        if (!lay.staging) {
-            const ColumnPass<Ring, Tap> pass{ptrs, dstStep, E, nb, taps, k, divisor, bound};
-            columnPass<P, Ring, Src, Tap>(pass, out);
-        } else {
-            for (int64_t y = 0; y < nb; ++y) {
-                const ColumnPass<Ring, Tap> pass{ptrs + y, 0, E, 1, taps, k, divisor, bound};
-                columnPass<P, Ring, Src, Tap>(pass, reinterpret_cast<Src*>(lay.staging));
-                streamRow(reinterpret_cast<uint8_t*>(out) + y * dstStep, lay.staging, E * int64_t(sizeof(Src)));
-            }
-        }
-    }
-    if (lay.staging) _mm_sfence();
+        const ColumnPass<Ring, Tap> pass{ptrs, dstStep, E, nb, taps, k, divisor, bound, lay.store};
+        columnPass<P, Ring, Src, Tap>(pass, out);
+    });
+    finishStores(lay.store);
 }
 
 }  // namespace zep::filter

@@ -32,6 +32,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "core/band.h"
 #include "core/border.h"
 #include "core/export.h"
 #include "core/image.h"
@@ -78,32 +79,6 @@ constexpr int64_t maxAbs() {
 inline int32_t roundEven(float v) {
     return _mm_cvt_roundss_si32(_mm_set_ss(v), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
 }
-
-// ---- Vector helpers: 16 elements as int32 lanes, 8 as double lanes ----
-
-inline __m512i load16(const uint8_t* p, __mmask16 m) { return _mm512_cvtepu8_epi32(_mm_maskz_loadu_epi8(m, p)); }
-inline __m512i load16(const int16_t* p, __mmask16 m) { return _mm512_cvtepi16_epi32(_mm256_maskz_loadu_epi16(m, p)); }
-inline __m512i load16(const uint16_t* p, __mmask16 m) {
-    return _mm512_cvtepu16_epi32(_mm256_maskz_loadu_epi16(m, p));
-}
-inline __m512d load8d(const uint8_t* p, __mmask8 m) {
-    return _mm512_cvtepi32_pd(_mm256_cvtepu8_epi32(_mm_maskz_loadu_epi8(m, p)));
-}
-inline __m512d load8d(const int16_t* p, __mmask8 m) {
-    return _mm512_cvtepi32_pd(_mm256_cvtepi16_epi32(_mm_maskz_loadu_epi16(m, p)));
-}
-inline __m512d load8d(const uint16_t* p, __mmask8 m) {
-    return _mm512_cvtepi32_pd(_mm256_cvtepu16_epi32(_mm_maskz_loadu_epi16(m, p)));
-}
-// Stores of lanes already inside the range of the destination type.
-inline void store16(int16_t* p, __mmask16 m, __m512i v) { _mm256_mask_storeu_epi16(p, m, _mm512_cvtepi32_epi16(v)); }
-inline void store16(uint16_t* p, __mmask16 m, __m512i v) { _mm256_mask_storeu_epi16(p, m, _mm512_cvtepi32_epi16(v)); }
-inline void store16(uint8_t* p, __mmask16 m, __m512i v) { _mm_mask_storeu_epi8(p, m, _mm512_cvtepi32_epi8(v)); }
-inline void store16(int8_t* p, __mmask16 m, __m512i v) { _mm_mask_storeu_epi8(p, m, _mm512_cvtepi32_epi8(v)); }
-inline void store8(int16_t* p, __mmask8 m, __m256i v) { _mm_mask_storeu_epi16(p, m, _mm256_cvtepi32_epi16(v)); }
-inline void store8(uint16_t* p, __mmask8 m, __m256i v) { _mm_mask_storeu_epi16(p, m, _mm256_cvtepi32_epi16(v)); }
-inline void store8(uint8_t* p, __mmask8 m, __m256i v) { _mm_mask_storeu_epi8(p, m, _mm256_cvtepi32_epi8(v)); }
-inline void store8(int8_t* p, __mmask8 m, __m256i v) { _mm_mask_storeu_epi8(p, m, _mm256_cvtepi32_epi8(v)); }
 
 // How the vector blocks of an integer pass compute, chosen per call.
 enum class IntMode { scalar, shift32, exact64 };
@@ -161,16 +136,17 @@ inline void integerBlock(const ShiftConstants& sc, const Tap* taps, int k, const
     if constexpr (M == IntMode::shift32) {
         const __mmask16 m = simd::firstLanes16(n);
         auto tap = [&](int j) { return K > 0 ? tapsI[j] : _mm512_set1_epi32(taps[j]); };
-        __m512i acc = _mm512_mullo_epi32(tap(0), load16(at(0), m));
+        __m512i acc = _mm512_mullo_epi32(tap(0), simd::loadAsInt32(at(0), m));
 #pragma GCC unroll 16
-        for (int j = 1; j < count; ++j) acc = _mm512_add_epi32(acc, _mm512_mullo_epi32(tap(j), load16(at(j), m)));
+        for (int j = 1; j < count; ++j)
+            acc = _mm512_add_epi32(acc, _mm512_mullo_epi32(tap(j), simd::loadAsInt32(at(j), m)));
         if (sc.shifts) {  // round-half-to-even of acc / 2^s (see the file comment)
             const __m512i odd = _mm512_and_si512(_mm512_maskz_sra_epi32(0xFFFF, acc, sc.count), sc.one);
             acc = _mm512_maskz_sra_epi32(0xFFFF, _mm512_add_epi32(_mm512_add_epi32(acc, sc.bias), odd), sc.count);
         }
         if (sc.negate) acc = _mm512_sub_epi32(_mm512_setzero_si512(), acc);
         acc = _mm512_min_epi32(_mm512_max_epi32(acc, sc.lo), sc.hi);
-        store16(out, m, acc);
+        simd::storeNarrow(out, acc, m);
     } else {
         const __m512d d = _mm512_set1_pd(divisor);
         const __m512d lo = _mm512_set1_pd(double(lowest<Dst>())), hi = _mm512_set1_pd(double(highest<Dst>()));
@@ -178,12 +154,13 @@ inline void integerBlock(const ShiftConstants& sc, const Tap* taps, int k, const
         for (int half = 0; half < n; half += 8) {
             const int left = n - half < 8 ? n - half : 8;
             const __mmask8 m = static_cast<__mmask8>((1u << left) - 1u);
-            __m512d acc = _mm512_mul_pd(tap(0), load8d(at(0) + half, m));
+            __m512d acc = _mm512_mul_pd(tap(0), simd::loadAsDouble(at(0) + half, m));
 #pragma GCC unroll 16
-            for (int j = 1; j < count; ++j) acc = _mm512_add_pd(acc, _mm512_mul_pd(tap(j), load8d(at(j) + half, m)));
+            for (int j = 1; j < count; ++j)
+                acc = _mm512_add_pd(acc, _mm512_mul_pd(tap(j), simd::loadAsDouble(at(j) + half, m)));
             __m512d q = _mm512_roundscale_pd(_mm512_div_pd(acc, d), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
             q = _mm512_min_pd(_mm512_max_pd(q, lo), hi);
-            store8(out + half, m, _mm512_cvtpd_epi32(q));
+            simd::storeNarrow(out + half, _mm512_cvtpd_epi32(q), m);
         }
     }
 }
@@ -300,27 +277,15 @@ inline void tapPairs(const Tap* taps, int k, const PairPlan& plan, __m512i* out)
     }
 }
 
-inline __m512i load32(const uint8_t* p, __mmask32 m) { return _mm512_cvtepu8_epi16(_mm256_maskz_loadu_epi8(m, p)); }
-inline __m512i load32(const int16_t* p, __mmask32 m) { return _mm512_maskz_loadu_epi16(m, p); }
-inline __m512i load32(const uint16_t* p, __mmask32 m) {
-    return _mm512_xor_si512(_mm512_maskz_loadu_epi16(m, p), _mm512_set1_epi16(int16_t(0x8000)));
-}
-
-// Thirty-two lanes in order, saturated to 16 bits, then to the destination.
-inline void store32(int16_t* p, __mmask32 m, __m512i lo, __m512i hi) {
-    _mm512_mask_storeu_epi16(p, m, _mm512_packs_epi32(lo, hi));
-}
-inline void store32(uint16_t* p, __mmask32 m, __m512i lo, __m512i hi) {
-    _mm512_mask_storeu_epi16(p, m, _mm512_packus_epi32(lo, hi));
-}
-inline void store32(uint8_t* p, __mmask32 m, __m512i lo, __m512i hi) {
-    const __m512i w = _mm512_max_epi16(_mm512_packs_epi32(lo, hi), _mm512_setzero_si512());
-    // (explicit pass-through operands: GCC's "undefined" ones warn in debug builds)
-    _mm256_mask_storeu_epi8(p, m, _mm512_mask_cvtusepi16_epi8(_mm256_setzero_si256(), ~__mmask32{0}, w));
-}
-inline void store32(int8_t* p, __mmask32 m, __m512i lo, __m512i hi) {
-    _mm256_mask_storeu_epi8(
-        p, m, _mm512_mask_cvtsepi16_epi8(_mm256_setzero_si256(), ~__mmask32{0}, _mm512_packs_epi32(lo, hi)));
+// Thirty-two values as they enter the paired products: 16u offset by -32768
+// (the top bit flipped), the others as loaded.
+template <class Src>
+inline __m512i pairValues(const Src* p, __mmask32 m) {
+    const __m512i v = simd::loadAsInt16(p, m);
+    if constexpr (std::is_same_v<Src, uint16_t>)
+        return _mm512_xor_si512(v, _mm512_set1_epi16(int16_t(0x8000)));
+    else
+        return v;
 }
 
 // Round-half-to-even of the 32-bit sums by 2^s (with the offset's Q).
@@ -342,16 +307,19 @@ inline __m512i pairRound(const PairConstants& c, __m512i v) {
 }
 
 // One block of up to 32 outputs (lanes of m): at(j) points to the values of
-// tap j. Symmetric plans first add the values of taps j and k-1-j.
+// tap j. Symmetric plans first add the values of taps j and k-1-j. A whole
+// block on its boundary may be written with a streaming store (stream).
 template <int K, bool Sym, bool FloatRound, class Dst, class At>
-inline void pairBlock(const PairConstants& c, const __m512i* tp, int k, At at, Dst* out, __mmask32 m) {
+[[gnu::always_inline]] inline void pairBlock(const PairConstants& c, const __m512i* tp, int k, At at, Dst* out,
+                                             __mmask32 m, bool stream = false) {
     using Src = std::remove_cv_t<std::remove_pointer_t<decltype(at(0))>>;
     constexpr bool offset = std::is_same_v<Src, uint16_t>;
     const int count = K > 0 ? K : k;
     const int n = Sym ? (count + 1) / 2 : count;
     auto value = [&](int i) {
-        if (Sym && count - 1 - i != i) return _mm512_add_epi16(load32(at(i), m), load32(at(count - 1 - i), m));
-        return load32(at(i), m);
+        if (Sym && count - 1 - i != i)
+            return _mm512_add_epi16(pairValues(at(i), m), pairValues(at(count - 1 - i), m));
+        return pairValues(at(i), m);
     };
     __m512i lo = _mm512_setzero_si512(), hi = _mm512_setzero_si512();
     int j = 0;
@@ -366,7 +334,12 @@ inline void pairBlock(const PairConstants& c, const __m512i* tp, int k, At at, D
         lo = _mm512_add_epi32(lo, _mm512_madd_epi16(_mm512_unpacklo_epi16(a, z), tp[j >> 1]));
         hi = _mm512_add_epi32(hi, _mm512_madd_epi16(_mm512_unpackhi_epi16(a, z), tp[j >> 1]));
     }
-    store32(out, m, pairRound<FloatRound, offset>(c, lo), pairRound<FloatRound, offset>(c, hi));
+    const auto packed =
+        simd::packSaturated<Dst>(pairRound<FloatRound, offset>(c, lo), pairRound<FloatRound, offset>(c, hi));
+    if (stream)
+        simd::stream(out, packed);
+    else
+        simd::storePacked(out, packed, m);
 }
 
 // Single-channel 16-bit rows need no interleaving: the 32-bit lane d of the
@@ -388,7 +361,7 @@ inline void adjacentBlock(const PairConstants& c, const __m512i* tp, int k, cons
     auto load = [&](int o) {
         int l = lanes[o & 1];
         if (l > count + n - 1 - o) l = count + n - 1 - o;
-        return load32(base + o, simd::firstLanes32(l));
+        return pairValues(base + o, simd::firstLanes32(l));
     };
     __m512i even = _mm512_setzero_si512(), odd = _mm512_setzero_si512();
 #pragma GCC unroll 16
@@ -403,7 +376,7 @@ inline void adjacentBlock(const PairConstants& c, const __m512i* tp, int k, cons
         std::is_same_v<Dst, uint16_t> ? _mm512_packus_epi32(even, odd) : _mm512_packs_epi32(even, odd);
     // (bytes 0 1 8 9 2 3 10 11 4 5 12 13 6 7 14 15 of every 128-bit lane)
     const __m512i order = _mm512_set4_epi32(0x0F0E0706, 0x0D0C0504, 0x0B0A0302, 0x09080100);
-    _mm512_mask_storeu_epi16(out, simd::firstLanes32(n), _mm512_shuffle_epi8(packed, order));
+    simd::store(out, _mm512_shuffle_epi8(packed, order), simd::firstLanes32(n));
 }
 
 // Outputs [0, n) of single-channel 16-bit values at `values` (the value of
@@ -442,8 +415,9 @@ struct RowPass {
     int k;
     int anchor;
     Border border;
-    const Src* value;  // one per channel (constant border)
-    int divisor;       // integer variants
+    const Src* value;             // one per channel (constant border)
+    int divisor;                  // integer variants
+    Store store = Store::cached;  // 32f: whole blocks on cache lines may bypass the cache
 };
 
 // ext(i) of channel c of a source row: the pixel, a synthesised border pixel,
@@ -611,20 +585,12 @@ void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
     }
 }
 
-// The elements from p to the next cache line start (0 if p is on one or
-// elements cannot reach one).
-template <class T>
-inline int64_t toLine(const T* p) {
-    const int64_t bytes = int64_t((64 - (reinterpret_cast<uintptr_t>(p) & 63)) & 63);
-    return bytes % int64_t(sizeof(T)) ? 0 : bytes / int64_t(sizeof(T));
-}
-
 // Sixteen single-precision sums in tap order (no fused multiply-add):
 // tap(0) * v0 + tap(1) * v1 + ..., the values of tap j at at(j) (lanes of m;
 // full blocks pass a constant mask and load without one).
 template <int K, class Tap, class At>
 inline __m512 floatSum(Tap tap, int count, At at, __mmask16 m) {
-    auto load = [&](int j) { return m == 0xFFFF ? _mm512_loadu_ps(at(j)) : _mm512_maskz_loadu_ps(m, at(j)); };
+    auto load = [&](int j) { return m == 0xFFFF ? simd::load(at(j)) : simd::load(at(j), m); };
     __m512 acc = _mm512_mul_ps(tap(0), load(0));
 #pragma GCC unroll 16
     for (int j = 1; j < count; ++j) acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), load(j)));
@@ -634,12 +600,12 @@ inline __m512 floatSum(Tap tap, int count, At at, __mmask16 m) {
 // dependency chains of additions overlap.
 template <int K, class Tap, class At>
 inline void floatSum2(Tap tap, int count, At at, __m512& s0, __m512& s1) {
-    __m512 a0 = _mm512_mul_ps(tap(0), _mm512_loadu_ps(at(0, 0)));
-    __m512 a1 = _mm512_mul_ps(tap(0), _mm512_loadu_ps(at(1, 0)));
+    __m512 a0 = _mm512_mul_ps(tap(0), simd::load(at(0, 0)));
+    __m512 a1 = _mm512_mul_ps(tap(0), simd::load(at(1, 0)));
 #pragma GCC unroll 16
     for (int j = 1; j < count; ++j) {
-        a0 = _mm512_add_ps(a0, _mm512_mul_ps(tap(j), _mm512_loadu_ps(at(0, j))));
-        a1 = _mm512_add_ps(a1, _mm512_mul_ps(tap(j), _mm512_loadu_ps(at(1, j))));
+        a0 = _mm512_add_ps(a0, _mm512_mul_ps(tap(j), simd::load(at(0, j))));
+        a1 = _mm512_add_ps(a1, _mm512_mul_ps(tap(j), simd::load(at(1, j))));
     }
     s0 = a0;
     s1 = a1;
@@ -648,6 +614,33 @@ template <int K, class Tap>
 inline __m512 floatSum(Tap tap, int count, const float* base, int64_t stride, __mmask16 m) {
     return floatSum<K>(
         tap, count, [&](int j) { return base + j * stride; }, m);
+}
+
+// Elements [e0, e1) of a single-precision output row: sum(e, m) gives the
+// sixteen sums from element e (lanes of m), sum2(e, s0, s1) thirty-two. A
+// first block reaches the next cache line, the whole blocks after it are
+// stored on lines (with streaming stores when `stream`), a masked one ends.
+template <class Sum, class Sum2>
+[[gnu::always_inline]] inline void floatRow(float* out, int64_t e0, int64_t e1, bool stream, Sum&& sum, Sum2&& sum2) {
+    int64_t e = e0;
+    if (const int64_t a = simd::toBoundary<64>(out + e); a > 0 && e < e1) {
+        const __mmask16 m = simd::firstLanes16(int(e1 - e < a ? e1 - e : a));
+        simd::store(out + e, sum(e, m), m);
+        e = e1 - e < a ? e1 : e + a;
+    }
+    stream = stream && (reinterpret_cast<uintptr_t>(out + e) & 63) == 0;
+    auto put = [stream](float* q, __m512 v) { stream ? simd::stream(q, v) : simd::store(q, v); };
+    for (; e + 32 <= e1; e += 32) {
+        __m512 s0, s1;
+        sum2(e, s0, s1);
+        put(out + e, s0);
+        put(out + e + 16, s1);
+    }
+    for (; e + 16 <= e1; e += 16) put(out + e, sum(e, __mmask16{0xFFFF}));
+    if (e < e1) {
+        const __mmask16 m = simd::firstLanes16(int(e1 - e));
+        simd::store(out + e, sum(e, m), m);
+    }
 }
 
 template <Path P, int K, int Ch>
@@ -669,29 +662,19 @@ void rowPassFloat(const RowPass<float, float>& p, float* const* dst) {
             edgeSpan<float, float, float, Ch>(p, row, out, 0, head);
         else
             for (int64_t e = 0; e < head; ++e) out[e] = rowElement<float, float, float, Ch>(p, row, e);
-        int64_t e = lo;
-        if (const int64_t a = toLine(out + e); a > 0 && e < hi) {  // a first block up to the line start
-            const __mmask16 m = simd::firstLanes16(int(hi - e < a ? hi - e : a));
-            _mm512_mask_storeu_ps(out + e, m, floatSum<K>(tap, count, row + e - back, Ch, m));
-            e = hi - e < a ? hi : e + a;
-        }
-        for (; e + 32 <= hi; e += 32) {
-            __m512 s0, s1;
-            const float* base = row + e - back;
-            floatSum2<K>(
-                tap, count, [&](int b, int j) { return base + 16 * b + j * Ch; }, s0, s1);
-            _mm512_storeu_ps(out + e, s0);
-            _mm512_storeu_ps(out + e + 16, s1);
-        }
-        for (; e + 16 <= hi; e += 16) _mm512_storeu_ps(out + e, floatSum<K>(tap, count, row + e - back, Ch, 0xFFFF));
-        if (e < hi) {
-            const __mmask16 m = simd::firstLanes16(int(hi - e));
-            _mm512_mask_storeu_ps(out + e, m, floatSum<K>(tap, count, row + e - back, Ch, m));
-        }
+        floatRow(
+            out, lo, hi, p.store == Store::streaming,
+            [&](int64_t e, __mmask16 m) { return floatSum<K>(tap, count, row + e - back, Ch, m); },
+            [&](int64_t e, __m512& s0, __m512& s1) {
+                const float* base = row + e - back;
+                floatSum2<K>(
+                    tap, count, [&](int b, int j) { return base + 16 * b + j * Ch; }, s0, s1);
+            });
         if (P == Path::vector)
             edgeSpan<float, float, float, Ch>(p, row, out, hi > head ? hi : head, E);
         else
-            for (e = hi > head ? hi : head; e < E; ++e) out[e] = rowElement<float, float, float, Ch>(p, row, e);
+            for (int64_t e = hi > head ? hi : head; e < E; ++e)
+                out[e] = rowElement<float, float, float, Ch>(p, row, e);
     }
 }
 
@@ -735,7 +718,7 @@ bool rowPassWidened(const RowPass<uint8_t, int16_t>& p, int16_t* ext, int16_t* o
     for (int64_t i = -a; i < 0; ++i) ext[i + a] = extended<uint8_t, 1>(p.src, i, 0, W, p.border, p.value);
     for (int64_t x = 0; x < W; x += 32) {
         const __mmask32 m = simd::firstLanes32(W - x < 32 ? int(W - x) : 32);
-        _mm512_mask_storeu_epi16(ext + a + x, m, load32(p.src + x, m));
+        simd::store(ext + a + x, simd::loadAsInt16(p.src + x, m), m);
     }
     for (int64_t i = W; i < W + k - 1 - a; ++i) ext[i + a] = extended<uint8_t, 1>(p.src, i, 0, W, p.border, p.value);
     __m512i tp[kMaxPairTaps / 2];
@@ -768,7 +751,8 @@ struct ColumnPass {
     const Tap* taps;
     int k;
     int divisor;
-    int32_t valueBound = 32768;  // the largest magnitude of a source value (the caller may know better)
+    int32_t valueBound = 32768;   // the largest magnitude of a source value (the caller may know better)
+    Store store = Store::cached;  // streaming: whole blocks on their boundaries bypass the cache
 };
 
 // The integer column pass in paired 16-bit products (the plan holds).
@@ -779,6 +763,7 @@ void columnPassPairs(const ColumnPass<Src, Tap>& p, Dst* dst, const PairPlan& pl
     const PairConstants c = pairConstants(plan);
     const int k = p.k;
     const int64_t E = p.elements;
+    const bool stream = p.store == Store::streaming;
     withPairForms(plan, [&]<bool Sym, bool FR>() {
         const PairConstants cl = c;  // (locals stay in registers across the stores)
         __m512i tl[kMaxPairTaps / 2];
@@ -787,13 +772,11 @@ void columnPassPairs(const ColumnPass<Src, Tap>& p, Dst* dst, const PairPlan& pl
             const Src* rows[kMaxPairTaps];
             for (int j = 0; j < k; ++j) rows[j] = p.rows[y + j];
             Dst* out = reinterpret_cast<Dst*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
-            int64_t e = 0;
-            for (; e + 32 <= E; e += 32)
-                pairBlock<K, Sym, FR>(
-                    cl, tl, k, [&](int j) { return rows[j] + e; }, out + e, ~__mmask32{0});
-            if (e < E)
-                pairBlock<K, Sym, FR>(
-                    cl, tl, k, [&](int j) { return rows[j] + e; }, out + e, simd::firstLanes32(int(E - e)));
+            walkBlocks<32>(
+                out, E, [&](int64_t e, __mmask32 m, bool whole) __attribute__((always_inline)) {
+                    pairBlock<K, Sym, FR>(
+                        cl, tl, k, [&](int j) { return rows[j] + e; }, out + e, m, whole && stream);
+                });
         }
     });
 }
@@ -836,6 +819,11 @@ inline Dst columnElementFloat(const Row* const* rows, int64_t e, const int16_t* 
     return saturate<Dst>(roundEven(sum));
 }
 
+// (GCC 12 reports the intrinsics' self-initialised "undefined" vectors, as
+// core/simd.h says, here where the block walk inlines them into some callers.)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 template <Path P, int K, class Dst, class Row>
 void columnPassSingle(const ColumnPass<Row, int16_t>& p, Dst* dst) {
     if constexpr (P == Path::vector && std::is_same_v<Row, int16_t>) {
@@ -852,6 +840,7 @@ void columnPassSingle(const ColumnPass<Row, int16_t>& p, Dst* dst) {
     if constexpr (K > 0)
         for (int j = 0; j < K; ++j) tv[j] = scaledTap(j);
     const int count = K > 0 ? K : p.k;
+    const bool stream = p.store == Store::streaming;
     const __m512 lo = _mm512_set1_ps(float(lowest<Dst>())), hi = _mm512_set1_ps(float(highest<Dst>()));
     for (int64_t y = 0; y < p.height; ++y) {
         // (Locals, so that the row pointers and taps stay in registers across the stores.)
@@ -863,27 +852,28 @@ void columnPassSingle(const ColumnPass<Row, int16_t>& p, Dst* dst) {
         auto tap = [&](int j) { return K > 0 ? tl[j] : scaledTap(j); };
         auto row = [&](int j) { return K > 0 ? rows[j] : all[j]; };
         Dst* out = reinterpret_cast<Dst*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
-        int64_t e = 0;
         if constexpr (P == Path::vector) {
-            for (; e < p.elements; e += 16) {
-                const int n = p.elements - e < 16 ? int(p.elements - e) : 16;
-                const __mmask16 m = simd::firstLanes16(n);
-                auto value = [&](int j) {
-                    if constexpr (std::is_same_v<Row, float>)
-                        return _mm512_maskz_loadu_ps(m, row(j) + e);
-                    else
-                        return _mm512_cvtepi32_ps(load16(row(j) + e, m));
-                };
-                __m512 acc = _mm512_mul_ps(tap(0), value(0));
+            walkBlocks<16>(
+                out, p.elements, [&](int64_t e, __mmask16 m, bool whole) __attribute__((always_inline)) {
+                    auto value = [&](int j) { return simd::loadAsFloat(row(j) + e, m); };
+                    __m512 acc = _mm512_mul_ps(tap(0), value(0));
 #pragma GCC unroll 16
-                for (int j = 1; j < count; ++j) acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), value(j)));
-                acc = _mm512_min_ps(_mm512_max_ps(acc, lo), hi);
-                store16(out + e, m, _mm512_cvt_roundps_epi32(acc, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
-            }
+                    for (int j = 1; j < count; ++j) acc = _mm512_add_ps(acc, _mm512_mul_ps(tap(j), value(j)));
+                    acc = _mm512_min_ps(_mm512_max_ps(acc, lo), hi);
+                    const __m512i q = _mm512_cvt_roundps_epi32(acc, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+                    if (whole && stream)
+                        simd::stream(out + e, simd::narrow<Dst>(q));
+                    else
+                        simd::storeNarrow(out + e, q, m);
+                });
+        } else {
+            for (int64_t e = 0; e < p.elements; ++e)
+                out[e] = columnElementFloat<Dst>(all, e, p.taps, p.k, reciprocal);
         }
-        for (; e < p.elements; ++e) out[e] = columnElementFloat<Dst>(all, e, p.taps, p.k, reciprocal);
     }
 }
+
+#pragma GCC diagnostic pop
 
 // The exact integer column pass (16u, and 16s kernels with sum|tap| >= 65535).
 template <Path P, int K, class Src, class Dst, class Tap>
@@ -940,41 +930,26 @@ void columnPassFloat(const ColumnPass<float, float>& p, float* dst) {
         for (int j = 0; j < (K > 0 ? K : 1); ++j) tl[j] = tv[j];
         auto tap = [&](int j) { return K > 0 ? tl[j] : _mm512_set1_ps(p.taps[j]); };
         float* out = reinterpret_cast<float*>(reinterpret_cast<char*>(dst) + y * p.dstStep);
-        int64_t e = e0;
-        if (const int64_t a = toLine(out + e); a > 0) {  // a first block up to the line start
-            const __mmask16 m = simd::firstLanes16(int(e1 - e < a ? e1 - e : a));
-            _mm512_mask_storeu_ps(out + e, m,
-                                  floatSum<K>(
-                                      tap, count, [&](int j) { return rows[j] + e; }, m));
-            e = e1 - e < a ? e1 : e + a;
-        }
-        for (; e + 32 <= e1; e += 32) {
-            __m512 s0, s1;
-            floatSum2<K>(
-                tap, count, [&](int b, int j) { return rows[j] + e + 16 * b; }, s0, s1);
-            _mm512_storeu_ps(out + e, s0);
-            _mm512_storeu_ps(out + e + 16, s1);
-        }
-        for (; e + 16 <= e1; e += 16)
-            _mm512_storeu_ps(out + e, floatSum<K>(
-                                          tap, count, [&](int j) { return rows[j] + e; }, 0xFFFF));
-        if (e < e1) {
-            const __mmask16 m = simd::firstLanes16(int(e1 - e));
-            _mm512_mask_storeu_ps(out + e, m,
-                                  floatSum<K>(
-                                      tap, count, [&](int j) { return rows[j] + e; }, m));
-        }
+        floatRow(
+            out, e0, e1, p.store == Store::streaming,
+            [&](int64_t e, __mmask16 m) {
+                return floatSum<K>(
+                    tap, count, [&](int j) { return rows[j] + e; }, m);
+            },
+            [&](int64_t e, __m512& s0, __m512& s1) {
+                floatSum2<K>(
+                    tap, count, [&](int b, int j) { return rows[j] + e + 16 * b; }, s0, s1);
+            });
     };
     if constexpr (P == Path::vector) {
         // Groups of up to kGroup output rows, each in column strips of kStrip
         // elements: the strip of a source row is loaded into L1 once and
         // reused there by the outputs of the group that read it.
         constexpr int64_t kStrip = 512, kGroup = 8;
-        for (int64_t y0 = 0; y0 < p.height; y0 += kGroup) {
-            const int64_t y1 = p.height - y0 < kGroup ? p.height : y0 + kGroup;
+        forEachBand(p.height, kGroup, [&](int64_t y0, int64_t rows) {
             for (int64_t e0 = 0; e0 < E; e0 += kStrip)
-                for (int64_t y = y0; y < y1; ++y) span(y, e0, E - e0 < kStrip ? E : e0 + kStrip);
-        }
+                for (int64_t y = y0; y < y0 + rows; ++y) span(y, e0, E - e0 < kStrip ? E : e0 + kStrip);
+        });
     } else {
         for (int64_t y = 0; y < p.height; ++y) {
             const float* const* rows = p.rows + y;

@@ -8,6 +8,13 @@
 
 namespace zep::filter {
 
+// How a pass writes a whole image of dstBytes from srcBytes of rows: large
+// ones (core/band.h) with streaming stores. (The pipelines' bands are the
+// caller's: one call is one band.)
+inline Store pipelineStore(int64_t srcBytes, int64_t dstBytes) {
+    return planBands({srcBytes + dstBytes, kStreamQueryBytes, 0, 0, 1, 1}).store;
+}
+
 // When a row pass checks its divisor, and what it accepts.
 enum class DivisorCheck { none, early, late, earlyPositive };
 
@@ -36,9 +43,13 @@ ZepStatus rowPipeline(const Src* pSrc, int srcStep, Dst* const* ppDst, ImageSize
         .fail(DC == DivisorCheck::late && divisor == 0, zepStsBadArg)
         .sizeFits(bufferBytes)
         .run([&] {
+            const int64_t rowBytes = int64_t{roi.width} * Ch;
+            const Store store = pipelineStore(rowBytes * int64_t(sizeof(Src)) * roi.height,
+                                              rowBytes * int64_t(sizeof(Dst)) * roi.height);
             const RowPass<Src, Tap> pass{pSrc,    srcStep, roi,         pKernel, kernelSize,
-                                         xAnchor, border,  borderValue, divisor};
+                                         xAnchor, border,  borderValue, divisor, store};
             rowPass<P, Src, Dst, Tap, Ch>(pass, ppDst);
+            finishStores(store);
         });
 }
 
@@ -59,9 +70,14 @@ ZepStatus columnPipeline(const Src* const* ppSrc, Dst* pDst, int dstStep, ImageS
         .fail(HasDivisor && divisor == 0, zepStsBadArg)
         .sizeFits(bufferBytes)
         .run([&] {
-            const ColumnPass<Src, Tap> pass{ppSrc,   dstStep,    int64_t{roi.width} * Ch, roi.height,
-                                            pKernel, kernelSize, HasDivisor ? divisor : 1};
+            const int64_t elements = int64_t{roi.width} * Ch;
+            const Store store =
+                pipelineStore(elements * int64_t(sizeof(Src)) * (int64_t{roi.height} + kernelSize - 1),
+                              elements * int64_t(sizeof(Dst)) * roi.height);
+            const ColumnPass<Src, Tap> pass{
+                ppSrc, dstStep, elements, roi.height, pKernel, kernelSize, HasDivisor ? divisor : 1, 32768, store};
             columnPass<P, Src, Dst, Tap>(pass, pDst);
+            finishStores(store);
         });
 }
 

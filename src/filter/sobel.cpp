@@ -19,13 +19,13 @@ void pass(T* k, int n) {
     int j = 0;
     if constexpr (std::is_same_v<T, float>) {
         for (; j + 16 <= n - 1; j += 16) {
-            const __m512 a = _mm512_loadu_ps(k + j), b = _mm512_loadu_ps(k + j + 1);
-            _mm512_storeu_ps(k + j, Add ? _mm512_add_ps(a, b) : _mm512_sub_ps(a, b));
+            const __m512 a = zep::simd::load(k + j), b = zep::simd::load(k + j + 1);
+            zep::simd::store(k + j, Add ? _mm512_add_ps(a, b) : _mm512_sub_ps(a, b));
         }
     } else {
         for (; j + 32 <= n - 1; j += 32) {
-            const __m512i a = _mm512_loadu_si512(k + j), b = _mm512_loadu_si512(k + j + 1);
-            _mm512_storeu_si512(k + j, Add ? _mm512_add_epi16(a, b) : _mm512_sub_epi16(a, b));
+            const __m512i a = zep::simd::load(k + j), b = zep::simd::load(k + j + 1);
+            zep::simd::store(k + j, Add ? _mm512_add_epi16(a, b) : _mm512_sub_epi16(a, b));
         }
     }
     for (; j < n - 1; ++j) {

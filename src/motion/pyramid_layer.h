@@ -22,6 +22,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "core/band.h"
 #include "core/border.h"
 #include "core/check.h"
 #include "core/image.h"
@@ -339,14 +340,14 @@ inline void sumRows(const T* const* in, const float* w, int taps, int elems, flo
 // margins around it): element e = x * Ch + c takes sc[(2x + o) * Ch + c] =
 // sc[2e - c + Ch * o] for each tap offset o. A block of 16 elements starting
 // at e0 reads a 32-element window from 2 * e0 - c(e0) + Ch * o.
-template <class T, int Ch, int N>
+template <class T, int Ch, int N, bool Stream>
 inline void downColumns(const float* sc, const int32_t* off, const float* w, int taps, int dstElems, T* out) {
     __m512i pick[Ch];
     for (int ph = 0; ph < Ch; ++ph) {
         alignas(64) int32_t lane[16];
         const int e0 = 16 * ph;
         for (int m = 0; m < 16; ++m) lane[m] = 2 * m - (e0 + m) % Ch + e0 % Ch;
-        pick[ph] = _mm512_load_si512(lane);
+        pick[ph] = simd::load(lane);
     }
     const int count = N > 0 ? N : taps;
     int ph = 0;
@@ -359,7 +360,7 @@ inline void downColumns(const float* sc, const int32_t* off, const float* w, int
             acc = plus(acc, j, _mm512_mul_ps(_mm512_set1_ps(w[j]), v));
         }
         if (e + 16 <= dstElems)
-            simd::storeRoundHalfUp(out + e, acc);
+            Stream ? simd::streamRoundHalfUp(out + e, acc) : simd::storeRoundHalfUp(out + e, acc);
         else
             simd::storeRoundHalfUp(out + e, acc, simd::firstLanes<16>(dstElems - e));
         if (++ph == Ch) ph = 0;
@@ -369,7 +370,7 @@ inline void downColumns(const float* sc, const int32_t* off, const float* w, int
 // Up, one destination row: output X = 2x + p takes sc[(x + o) * Ch + c] for
 // the offsets o of phase p. One channel: even and odd results of 16 pixels,
 // interleaved into 32 outputs.
-template <class T, int NE, int NO>
+template <class T, int NE, int NO, bool Stream>
 inline void upColumns1(const float* sc, const int32_t* const off[2], const float* const w[2], const int count[2],
                        int dstWidth, T* out) {
     const __m512i lo = _mm512_set_epi32(23, 7, 22, 6, 21, 5, 20, 4, 19, 3, 18, 2, 17, 1, 16, 0);
@@ -383,7 +384,10 @@ inline void upColumns1(const float* sc, const int32_t* const off[2], const float
             odd = plus(odd, j, _mm512_mul_ps(_mm512_set1_ps(w[1][j]), simd::load(sc + x + off[1][j])));
         const __m512 a = _mm512_permutex2var_ps(even, lo, odd), b = _mm512_permutex2var_ps(even, hi, odd);
         const int left = dstWidth - 2 * x;
-        if (left >= 32) {
+        if (left >= 32 && Stream) {
+            simd::streamRoundHalfUp(out + 2 * x, a);
+            simd::streamRoundHalfUp(out + 2 * x + 16, b);
+        } else if (left >= 32) {
             simd::storeRoundHalfUp(out + 2 * x, a);
             simd::storeRoundHalfUp(out + 2 * x + 16, b);
         } else {
@@ -397,7 +401,7 @@ inline void upColumns1(const float* sc, const int32_t* const off[2], const float
 // j = 3x + c (rows ev and od), then the block of 16 outputs from t0 picks its
 // elements from the 16 of each row from jb = 3 * (t0 / 3 / 2); the pick
 // repeats every three blocks.
-template <class T>
+template <class T, bool Stream>
 inline void upColumns3(const float* sc, const int32_t* const off[2], const float* const w[2], const int count[2],
                        int dstElems, float* ev, float* od, T* out) {
     const int pairs = (dstElems / 3 + 1) / 2;
@@ -418,14 +422,14 @@ inline void upColumns3(const float* sc, const int32_t* const off[2], const float
             const int t = t0 + m, X = t / 3, c = t % 3;
             lane[m] = (X % 2) * 16 + 3 * (X / 2) + c - jb;
         }
-        pick[ph] = _mm512_load_si512(lane);
+        pick[ph] = simd::load(lane);
     }
     int ph = 0;
     for (int t0 = 0; t0 < dstElems; t0 += 16) {
         const int jb = 3 * (t0 / 3 / 2);
         const __m512 v = _mm512_permutex2var_ps(simd::load(ev + jb), pick[ph], simd::load(od + jb));
         if (t0 + 16 <= dstElems)
-            simd::storeRoundHalfUp(out + t0, v);
+            Stream ? simd::streamRoundHalfUp(out + t0, v) : simd::storeRoundHalfUp(out + t0, v);
         else
             simd::storeRoundHalfUp(out + t0, v, simd::firstLanes<16>(dstElems - t0));
         if (++ph == 3) ph = 0;
@@ -480,15 +484,35 @@ inline void borderColumns(Dir d, int32_t W, int64_t lo, int64_t hi, int64_t a, i
     }
 }
 
-// The rate-2 layer: per destination row, chunks of K outputs (a multiple of
-// 32, so every block and phase pattern starts as at column 0); for each, the
-// rows pass over the chunk's source columns and s->margin more on each side
-// (mirrored at the image edges), then the columns pass. The same products
-// summed in the same order as the general tables give, so the results are
-// those of the scalar definition. Returns false, having written nothing, when
-// not even 32 outputs fit the chunk array.
+// The bands of a layer (core/band.h): each destination row of a band adds
+// about two source rows down, one up, read a chunk of columns at a time.
 template <class T, int Ch>
-bool resampleRateTwo(Dir d, const LayerState* s, Rows<const T> src, ImageSize srcRoi, Rows<T> dst, ImageSize dstRoi) {
+inline Bands layerBands(Dir d, const LayerState* s, ImageSize srcRoi, ImageSize dstRoi) {
+    const int64_t srcRow = int64_t{srcRoi.width} * Ch * int64_t(sizeof(T)),
+                  dstRow = int64_t{dstRoi.width} * Ch * int64_t(sizeof(T));
+    const int64_t chunkRow = std::min<int64_t>(int64_t{srcRoi.width} * Ch, chunkFloats) * int64_t(sizeof(T));
+    return planBands({srcRow * srcRoi.height + dstRow * dstRoi.height, kStreamQueryBytes,
+                      chunkRow * (d == Dir::down ? 2 : 1), s->kernelSize, 1, dstRoi.height});
+}
+
+// Whether destination row `row` takes streaming stores: the call's bands say
+// so, and its blocks of sixteen results start on their own size.
+template <class T>
+inline bool streamRow(const Bands& bands, const T* row) {
+    return bands.store == Store::streaming && reinterpret_cast<uintptr_t>(row) % (16 * sizeof(T)) == 0;
+}
+
+// The rate-2 layer, band by band of destination rows (core/band.h), and in
+// each band chunk by chunk of K outputs (a multiple of 32, so every block and
+// phase pattern starts as at column 0), row by row: the rows pass over the
+// chunk's source columns and s->margin more on each side (mirrored at the
+// image edges), then the columns pass. The same products summed in the same
+// order as the general tables give, so the results are those of the scalar
+// definition. Returns false, having written nothing, when not even 32 outputs
+// fit the chunk array.
+template <class T, int Ch>
+bool resampleRateTwo(Dir d, const LayerState* s, Rows<const T> src, ImageSize srcRoi, Rows<T> dst, ImageSize dstRoi,
+                     const Bands& bands) {
     const auto* base = reinterpret_cast<const uint8_t*>(s);
     const int n = s->kernelSize;
     const int M = s->margin, W = srcRoi.width;
@@ -508,48 +532,57 @@ bool resampleRateTwo(Dir d, const LayerState* s, Rows<const T> src, ImageSize sr
     alignas(64) float buf[chunkFloats];
     const T* rp[64];
     const T* ra[64];
-    for (int y = 0; y < dstRoi.height; ++y) {
-        const int p = d == Dir::down ? 0 : y % 2;
-        const int64_t centre = d == Dir::down ? 2 * int64_t{y} : y / 2;
-        const int taps = count[p];
-        for (int j = 0; j < taps; ++j) rp[j] = src[tapIndex(d, centre + off[p][j], srcRoi.height)];
+    forEachBand(dstRoi.height, bands.rows, [&](int64_t y0, int64_t rows) {
         for (int x0 = 0; x0 < dstRoi.width; x0 += K) {
             const int x1 = std::min(dstRoi.width, x0 + K);
             const int64_t s0 = d == Dir::down ? 2 * int64_t{x0} : x0 / 2;
             const int64_t s1 = d == Dir::down ? 2 * int64_t{x1 - 1} + 1 : (x1 - 1) / 2 + 1;
             const int64_t lo = s0 - M, hi = s1 + M;
             const int64_t a = std::max<int64_t>(lo, 0), b = std::min<int64_t>(hi, W);
-            float* cols = buf + pad;  // position lo
-            if (a < b) {
-                for (int j = 0; j < taps; ++j) ra[j] = rp[j] + a * Ch;
-                sumRows<T>(ra, w[p], taps, static_cast<int>((b - a) * Ch), cols + (a - lo) * Ch);
-            }
-            borderColumns<Ch>(d, W, lo, hi, a, b, cols, [&](int64_t q, int c) {
-                float acc = -0.0f;
-                for (int j = 0; j < taps; ++j) acc = acc + w[p][j] * static_cast<float>(rp[j][q * Ch + c]);
-                return acc;
-            });
-            const float* sc = cols + int64_t{M} * Ch;  // position s0
-            T* out = dst[y] + int64_t{x0} * Ch;
             const int outs = x1 - x0;
-            if (d == Dir::down) {
-                if (count[0] == 5)
-                    downColumns<T, Ch, 5>(sc, off[0], w[0], 5, outs * Ch, out);
-                else if (count[0] == 3)
-                    downColumns<T, Ch, 3>(sc, off[0], w[0], 3, outs * Ch, out);
+            for (int64_t y = y0; y < y0 + rows; ++y) {
+                const int p = d == Dir::down ? 0 : static_cast<int>(y % 2);
+                const int64_t centre = d == Dir::down ? 2 * y : y / 2;
+                const int taps = count[p];
+                for (int j = 0; j < taps; ++j) rp[j] = src[tapIndex(d, centre + off[p][j], srcRoi.height)];
+                float* cols = buf + pad;  // position lo
+                if (a < b) {
+                    for (int j = 0; j < taps; ++j) ra[j] = rp[j] + a * Ch;
+                    sumRows<T>(ra, w[p], taps, static_cast<int>((b - a) * Ch), cols + (a - lo) * Ch);
+                }
+                borderColumns<Ch>(d, W, lo, hi, a, b, cols, [&](int64_t q, int c) {
+                    float acc = -0.0f;
+                    for (int j = 0; j < taps; ++j) acc = acc + w[p][j] * static_cast<float>(rp[j][q * Ch + c]);
+                    return acc;
+                });
+                const float* sc = cols + int64_t{M} * Ch;  // position s0
+                T* out = dst[y] + int64_t{x0} * Ch;
+                auto columns = [&]<bool S>() {
+                    if (d == Dir::down) {
+                        if (count[0] == 5)
+                            downColumns<T, Ch, 5, S>(sc, off[0], w[0], 5, outs * Ch, out);
+                        else if (count[0] == 3)
+                            downColumns<T, Ch, 3, S>(sc, off[0], w[0], 3, outs * Ch, out);
+                        else
+                            downColumns<T, Ch, 0, S>(sc, off[0], w[0], count[0], outs * Ch, out);
+                    } else if constexpr (Ch == 1) {
+                        if (count[0] == 3 && count[1] == 2)
+                            upColumns1<T, 3, 2, S>(sc, off, w, count, outs, out);
+                        else
+                            upColumns1<T, 0, 0, S>(sc, off, w, count, outs, out);
+                    } else {
+                        float* ev = cols + (hi - lo) * Ch + 64;
+                        upColumns3<T, S>(sc, off, w, count, outs * Ch, ev, ev + 3 * (K / 2) + 32, out);
+                    }
+                };
+                if (streamRow(bands, dst[y]))
+                    columns.template operator()<true>();
                 else
-                    downColumns<T, Ch, 0>(sc, off[0], w[0], count[0], outs * Ch, out);
-            } else if constexpr (Ch == 1) {
-                if (count[0] == 3 && count[1] == 2)
-                    upColumns1<T, 3, 2>(sc, off, w, count, outs, out);
-                else
-                    upColumns1<T, 0, 0>(sc, off, w, count, outs, out);
-            } else {
-                float* ev = cols + (hi - lo) * Ch + 64;
-                upColumns3<T>(sc, off, w, count, outs * Ch, ev, ev + 3 * (K / 2) + 32, out);
+                    columns.template operator()<false>();
             }
         }
-    }
+    });
+    finishStores(bands.store);
     return true;
 }
 
@@ -559,8 +592,9 @@ bool resampleRateTwo(Dir d, const LayerState* s, Rows<const T> src, ImageSize sr
 // A group that does not fit alone is summed output by output from the tables.
 template <Path P, class T, int Ch>
 void resampleRows(Dir d, const LayerState* s, Rows<const T> src, ImageSize srcRoi, Rows<T> dst, ImageSize dstRoi) {
+    const Bands bands = layerBands<T, Ch>(d, s, srcRoi, dstRoi);
     if constexpr (P == Path::vector) {
-        if (s->rate == 2.0f && resampleRateTwo<T, Ch>(d, s, src, srcRoi, dst, dstRoi)) return;
+        if (s->rate == 2.0f && resampleRateTwo<T, Ch>(d, s, src, srcRoi, dst, dstRoi, bands)) return;
     }
     const Tables t = tablesOf(s);
     const int taps = s->colTaps;
@@ -585,84 +619,90 @@ void resampleRows(Dir d, const LayerState* s, Rows<const T> src, ImageSize srcRo
             acc = addTap(acc, rw[j], static_cast<float>(src[tapIndex(d, int64_t{t.tapFirst[y]} + j, H)][q * Ch + c]));
         return acc;
     };
-    for (int x0 = 0; x0 < dstRoi.width;) {
-        int64_t lo = INT64_MAX, hi = INT64_MIN;
-        int x1 = x0;
-        while (x1 < dstRoi.width) {
-            const int next = std::min(dstRoi.width, x1 + 16);
-            int64_t l = lo, h = hi;
-            span(x1, next, l, h);
-            if ((h - l) * Ch > chunkFloats - 32) break;  // 32 floats for the last window loads
-            lo = l, hi = h, x1 = next;
-        }
-        if (x1 == x0) {  // one group too wide: output by output
-            x1 = std::min(dstRoi.width, x0 + 16);
-            for (int y = 0; y < dstRoi.height; ++y)
-                for (int64_t e = int64_t{x0} * Ch; e < int64_t{x1} * Ch; ++e) {
-                    const int64_t x = e / Ch;
-                    float acc = -0.0f;
-                    for (int j = 0; j < taps; ++j) {
-                        const float wj = t.colWeight[j * stride + e];
-                        if (wj != 0.0f) acc = acc + wj * column(y, tapIndex(d, t.tapFirst[x] + j, W), int(e % Ch));
-                    }
-                    dst[y][e] = simd::roundHalfUp<T>(acc);
-                }
-            x0 = x1;
-            continue;
-        }
-        const int64_t a = std::max<int64_t>(lo, 0), b = std::min<int64_t>(hi, W);
-        const int filled = static_cast<int>((hi - lo) * Ch);
-        const int64_t origin = lo * Ch;  // element index of buf[0]
-        for (int y = 0; y < dstRoi.height; ++y) {
-            // Rows: the destination row's taps over the chunk's source columns.
-            const int rowTaps = t.tapCount[y];
-            const float* rw = t.tapWeight + y * T_;
-            if (a < b) {
-                if (rowTaps <= rowTapsOnStack) {
-                    for (int j = 0; j < rowTaps; ++j) rp[j] = src[tapIndex(d, int64_t{t.tapFirst[y]} + j, H)];
-                    rowsPass<P, T, Ch>(rp, rw, rowTaps, a, b, buf + (a - lo) * Ch);
-                } else {
-                    for (int64_t q = a; q < b; ++q)
-                        for (int c = 0; c < Ch; ++c) buf[(q - lo) * Ch + c] = column(y, q, c);
-                }
+    forEachBand(dstRoi.height, bands.rows, [&](int64_t y0, int64_t bandRows) {
+        const int yEnd = static_cast<int>(y0 + bandRows);
+        for (int x0 = 0; x0 < dstRoi.width;) {
+            int64_t lo = INT64_MAX, hi = INT64_MIN;
+            int x1 = x0;
+            while (x1 < dstRoi.width) {
+                const int next = std::min(dstRoi.width, x1 + 16);
+                int64_t l = lo, h = hi;
+                span(x1, next, l, h);
+                if ((h - l) * Ch > chunkFloats - 32) break;  // 32 floats for the last window loads
+                lo = l, hi = h, x1 = next;
             }
-            borderColumns<Ch>(d, W, lo, hi, a, b, buf, [&](int64_t q, int c) { return column(y, q, c); });
-            // Columns: each destination element's taps along the chunk.
-            T* out = dst[y];
-            int64_t e = int64_t{x0} * Ch;
-            const int64_t end = int64_t{x1} * Ch;
-            if constexpr (P == Path::vector) {
-                const __m512i shift = _mm512_set1_epi32(static_cast<int32_t>(origin));
-                for (; e + 16 <= end; e += 16) {
-                    __m512 acc = _mm512_set1_ps(-0.0f);
-                    for (int j = 0; j < taps; ++j) {
-                        const __m512 w = simd::load(t.colWeight + j * stride + e);
-                        const __m512i i = _mm512_sub_epi32(simd::load(t.colIndex + j * stride + e), shift);
-                        const __mmask16 used = _mm512_cmp_ps_mask(w, _mm512_setzero_ps(), _CMP_NEQ_UQ);
-                        const int32_t window = t.colWindow[j * (stride / 16) + e / 16];
-                        __m512 v;
-                        if (window != noWindow) {  // the tap's pixels lie in two registers: permute, not gather
-                            const int at = static_cast<int>(window - origin), left = filled - at;
-                            const __m512 l = simd::load(buf + at, simd::firstLanes<16>(left));
-                            const __m512 h = simd::load(buf + at + 16, simd::firstLanes<16>(left - 16));
-                            v = _mm512_permutex2var_ps(l, _mm512_sub_epi32(i, _mm512_set1_epi32(at)), h);
-                        } else {
-                            v = _mm512_mask_i32gather_ps(_mm512_setzero_ps(), used, i, buf, 4);
+            if (x1 == x0) {  // one group too wide: output by output
+                x1 = std::min(dstRoi.width, x0 + 16);
+                for (int y = static_cast<int>(y0); y < yEnd; ++y)
+                    for (int64_t e = int64_t{x0} * Ch; e < int64_t{x1} * Ch; ++e) {
+                        const int64_t x = e / Ch;
+                        float acc = -0.0f;
+                        for (int j = 0; j < taps; ++j) {
+                            const float wj = t.colWeight[j * stride + e];
+                            if (wj != 0.0f)
+                                acc = acc + wj * column(y, tapIndex(d, t.tapFirst[x] + j, W), int(e % Ch));
                         }
-                        acc = _mm512_mask_add_ps(acc, used, acc, _mm512_mul_ps(w, v));
+                        dst[y][e] = simd::roundHalfUp<T>(acc);
                     }
-                    simd::storeRoundHalfUp(out + e, acc);
+                x0 = x1;
+                continue;
+            }
+            const int64_t a = std::max<int64_t>(lo, 0), b = std::min<int64_t>(hi, W);
+            const int filled = static_cast<int>((hi - lo) * Ch);
+            const int64_t origin = lo * Ch;  // element index of buf[0]
+            for (int y = static_cast<int>(y0); y < yEnd; ++y) {
+                // Rows: the destination row's taps over the chunk's source columns.
+                const int rowTaps = t.tapCount[y];
+                const float* rw = t.tapWeight + y * T_;
+                if (a < b) {
+                    if (rowTaps <= rowTapsOnStack) {
+                        for (int j = 0; j < rowTaps; ++j) rp[j] = src[tapIndex(d, int64_t{t.tapFirst[y]} + j, H)];
+                        rowsPass<P, T, Ch>(rp, rw, rowTaps, a, b, buf + (a - lo) * Ch);
+                    } else {
+                        for (int64_t q = a; q < b; ++q)
+                            for (int c = 0; c < Ch; ++c) buf[(q - lo) * Ch + c] = column(y, q, c);
+                    }
+                }
+                borderColumns<Ch>(d, W, lo, hi, a, b, buf, [&](int64_t q, int c) { return column(y, q, c); });
+                // Columns: each destination element's taps along the chunk.
+                T* out = dst[y];
+                const bool stream = streamRow(bands, out);
+                int64_t e = int64_t{x0} * Ch;
+                const int64_t end = int64_t{x1} * Ch;
+                if constexpr (P == Path::vector) {
+                    const __m512i shift = _mm512_set1_epi32(static_cast<int32_t>(origin));
+                    for (; e + 16 <= end; e += 16) {
+                        __m512 acc = _mm512_set1_ps(-0.0f);
+                        for (int j = 0; j < taps; ++j) {
+                            const __m512 w = simd::load(t.colWeight + j * stride + e);
+                            const __m512i i = _mm512_sub_epi32(simd::load(t.colIndex + j * stride + e), shift);
+                            const __mmask16 used = _mm512_cmp_ps_mask(w, _mm512_setzero_ps(), _CMP_NEQ_UQ);
+                            const int32_t window = t.colWindow[j * (stride / 16) + e / 16];
+                            __m512 v;
+                            if (window != noWindow) {  // the tap's pixels lie in two registers: permute, not gather
+                                const int at = static_cast<int>(window - origin), left = filled - at;
+                                const __m512 l = simd::load(buf + at, simd::firstLanes<16>(left));
+                                const __m512 h = simd::load(buf + at + 16, simd::firstLanes<16>(left - 16));
+                                v = _mm512_permutex2var_ps(l, _mm512_sub_epi32(i, _mm512_set1_epi32(at)), h);
+                            } else {
+                                v = _mm512_mask_i32gather_ps(_mm512_setzero_ps(), used, i, buf, 4);
+                            }
+                            acc = _mm512_mask_add_ps(acc, used, acc, _mm512_mul_ps(w, v));
+                        }
+                        stream ? simd::streamRoundHalfUp(out + e, acc) : simd::storeRoundHalfUp(out + e, acc);
+                    }
+                }
+                for (; e < end; ++e) {
+                    float acc = -0.0f;
+                    for (int j = 0; j < taps; ++j)
+                        acc = addTap(acc, t.colWeight[j * stride + e], buf[t.colIndex[j * stride + e] - origin]);
+                    out[e] = simd::roundHalfUp<T>(acc);
                 }
             }
-            for (; e < end; ++e) {
-                float acc = -0.0f;
-                for (int j = 0; j < taps; ++j)
-                    acc = addTap(acc, t.colWeight[j * stride + e], buf[t.colIndex[j * stride + e] - origin]);
-                out[e] = simd::roundHalfUp<T>(acc);
-            }
+            x0 = x1;
         }
-        x0 = x1;
-    }
+    });
+    finishStores(bands.store);
 }
 
 // Whether dst is the destination the direction allows for src.
