@@ -17,8 +17,7 @@ using zt::rowOf;
 using Bs = std::vector<zt::Breaker>;
 constexpr int kMargin = 32;  // pixels around every source, for in-memory borders of up to 33 taps
 
-// Parameters: kernel size, anchor (Gaussian: sigma), border, divisor, three border values, flags (null arguments
-// without a role and spoilt specs), taps.
+// Parameters: kernel size, anchor (Gaussian: sigma), border, divisor, 3 border values, flags (see below), taps.
 enum { K, Anchor, Sigma = Anchor, Border, Divisor, Value, Flags = 7, Taps };
 // Position i of a line of n, beyond it and not read from memory (border b's flags before, after): the constant
 // (true), or i moved by replicate (1) or mirror about the edge pixel, not repeating it (3), as often as it takes.
@@ -75,15 +74,16 @@ std::vector<double> withValues(std::vector<double> p, std::mt19937& rng) {
     p.push_back(0);
     return p;
 }
-// Breakers. Steps of images {index, pixel bytes, element bytes} checked together: each too short or negative, then
-// each not a multiple.
+// Breakers. Steps of images {index, pixel bytes, element bytes}: each short or negative, then each not a multiple.
 Bs steps(std::vector<std::array<int, 3>> images) {
     Bs b, odd;
     for (const std::array<int, 3>& image : images) {
         const int i = image[0], px = image[1], e = image[2];
         b.push_back({"short step", 100 + i, [=](CallArgs& a) { a.step[i] = a.roi.width * px - e; }, zepStsBadStep});
         b.push_back({"negative step", 100 + i, [=](CallArgs& a) { a.step[i] = -px; }, zepStsBadStep});
-        if (e > 1) odd.push_back({"odd step", 100 + i, [i](CallArgs& a) { a.step[i] += 1; }, zepStsStepNotMultiple});
+        if (e > 1)
+            odd.push_back(
+                {"odd", 100 + i, [=](auto& a) { a.step[i] = a.roi.width * px + 1; }, zepStsStepNotMultiple});
     }
     b.insert(b.end(), odd.begin(), odd.end());
     return b;
