@@ -391,7 +391,7 @@ void expectStateQueries() {
                                            int(a.param[1]), 7, at<uint8_t>(a, 2));
     };
     std::vector<Breaker> b = {nullBreaker(0), standardBreakers({}, {})[0], standardBreakers({}, {})[1]};
-    for (const std::pair<int, double> p : {std::pair{0, 1.0}, {0, NAN}, {0, 10.000001}, {1, 4.0}, {1, 1.0}})
+    for (const std::pair<int, double>& p : {std::pair{0, 1.0}, {0, NAN}, {0, 10.000001}, {1, 4.0}, {1, 1.0}})
         b.push_back(
             {"parameter", 10 + p.first, [p](CallArgs& a) { a.param[size_t(p.first)] = p.second; }, zepStsBadArg});
     expectOrder(L::name("GetSize"), CallArgs{{out.first()}, {}, {40, 30}, {2.0, 5}}, call, b, {&out});

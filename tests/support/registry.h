@@ -117,8 +117,8 @@ inline Breaker nullBreaker(int i) {
 }
 
 // Null pointers, then the ROI, then each step group: steps below the ROI's
-// row (one element short, or negative), then steps not a multiple of the
-// element size.
+// row (one element short, or negative), then steps one byte past the image's
+// row (the ROI's and its margin), not a multiple of the element size.
 inline std::vector<Breaker> standardBreakers(const std::vector<ImageRole>& roles, ImageSize roi) {
     std::vector<Breaker> b;
     const int n = static_cast<int>(roles.size());
@@ -135,7 +135,8 @@ inline std::vector<Breaker> standardBreakers(const std::vector<ImageRole>& roles
                 auto set = [i](int v) { return [i, v](CallArgs& a) { a.step[i] = v; }; };
                 const std::string at = " step " + std::to_string(i);
                 if (multiples) {
-                    b.push_back({"odd" + at, 100 + i, [i](CallArgs& a) { a.step[i] += 1; }, zepStsStepNotMultiple});
+                    b.push_back({"odd" + at, 100 + i, set(row + roles[i].margin * roles[i].channels * e + 1),
+                                 zepStsStepNotMultiple});
                 } else {
                     b.push_back({"short" + at, 100 + i, set(row - e), zepStsBadStep});
                     b.push_back({"negative" + at, 100 + i, set(-row), zepStsBadStep});
