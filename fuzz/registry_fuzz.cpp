@@ -60,7 +60,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const zt::Entry& e = entries[in.below(entries.size())];
     const uint32_t kind = in.below(8);
     ImageSize roi{in.side(300), in.side(40)};
-    if (!hasImages(e) && in.below(2)) roi = {int(in.bits32() >> 1), int(in.bits32() >> 1)};
+    if (!hasImages(e) && in.below(2))  // 1 to INT32_MAX
+        roi = {int(1 + in.bits32() % INT32_MAX), int(1 + in.bits32() % INT32_MAX)};
     if (!e.sizes.empty() && in.below(2)) roi = e.sizes[in.below(e.sizes.size())];
     std::mt19937 rng(in.bits32());
     std::vector<double> param = e.params ? e.params(rng, roi) : std::vector<double>{};
