@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::vector<zt::Entry>& entries = zt::registry();
     if (entries.empty()) return 0;
     const zt::Entry& e = entries[in.below(entries.size())];
-    const uint32_t kind = in.below(8);
+    const uint32_t kind = e.wild ? in.below(8) : 0;
     ImageSize roi{in.side(300), in.side(40)};
     if (!hasImages(e) && in.below(2))  // 1 to INT32_MAX
         roi = {int(1 + in.bits32() % INT32_MAX), int(1 + in.bits32() % INT32_MAX)};

@@ -85,7 +85,8 @@ ZepStatus exactRule(const CallArgs& a) {
 // kernel + norm).
 template <class C>
 ZepStatus costsRule(const CallArgs& a) {
-    const int k = a.param.size() == 1 ? int(a.param[0]) / 10 : int(a.param[0]), n = int(a.param.back()) % 10;
+    const int k = a.param.size() == 1 ? zt::parameterAs<int>(a.param[0]) / 10 : zt::parameterAs<int>(a.param[0]),
+              n = int(a.param.back()) % 10;
     const float f[2][3][3] = {{{1, 1}, {1, 2}, {0.955f, 1.3693f}}, {{1, 1, 2}, {1, 2, 3}, {1, 1.4f, 2.1969f}}};
     const int32_t i[2][3][3] = {{{1, 1}, {1, 2}, {2, 3}}, {{1, 1, 2}, {1, 2, 3}, {5, 7, 11}}};
     for (int j = 0; j <= k / 2; ++j)

@@ -92,7 +92,8 @@ zt::Breaker set(const char* what, int at, double v, ZepStatus s) {
     return {what, 300 + at, [=](CallArgs& a) { a.param[size_t(at)] = v; }, s};
 }
 zt::Breaker flag(const char* what, int bit, ZepStatus s = zepStsNullPointer) {
-    return {what, 300 + Flags + bit, [=](CallArgs& a) { a.param[Flags] = double(int(a.param[Flags]) | bit); }, s};
+    return {what, 300 + Flags + bit,
+            [=](CallArgs& a) { a.param[Flags] = double(zt::parameterAs<int>(a.param[Flags]) | bit); }, s};
 }
 const Bs kSize = {{"zero width", 50, [](CallArgs& a) { a.roi.width = 0; }, zepStsBadSize},
                   {"negative height", 51, [](CallArgs& a) { a.roi.height = -1; }, zepStsBadSize}};
@@ -113,7 +114,7 @@ constexpr int kType = std::array{zep8u, zep16u, zep16s, zep32f}[sizeof(T) / 2 + 
 // The source with the rows and columns beyond it that the flags let the filter read.
 template <class T, int C>
 const T* gaussSource(const CallArgs& a) {
-    const int r = int(a.param[K]) / 2, b = int(a.param[Border]);
+    const int r = zt::parameterAs<int>(a.param[K]) / 2, b = zt::parameterAs<int>(a.param[Border]);
     return reinterpret_cast<const T*>(
         placed(a, 0, C * sizeof(T), b & 16 ? r : 0, b & 32 ? r : 0, b & 64 ? r : 0, b & 128 ? r : 0));
 }
@@ -124,7 +125,8 @@ template <class T, int C>
 ZepStatus gaussRule(const CallArgs& a) {
     using Inter = std::conditional_t<sizeof(T) == 1, int16_t, T>;
     using Tap = std::conditional_t<sizeof(T) == 4, float, std::conditional_t<kType<T> == zep16u, uint16_t, int16_t>>;
-    const int k = int(a.param[K]), r = k / 2, W = a.roi.width, H = a.roi.height, b = int(a.param[Border]);
+    const int k = zt::parameterAs<int>(a.param[K]), r = k / 2, W = a.roi.width, H = a.roi.height,
+              b = zt::parameterAs<int>(a.param[Border]);
     const int shift = sizeof(T) == 4 ? 0 : kType<T> == zep16u ? 15 : 12;
     std::vector<float> g;
     std::vector<Tap> taps;
@@ -152,8 +154,9 @@ ZepStatus gaussRule(const CallArgs& a) {
 // Spec and buffer queried for the region (at least 1 x 1), allocated at exactly those sizes; Init, then the filter.
 template <class T, int C, auto F, bool L>
 ZepStatus gaussCall(const CallArgs& a) {
-    const uint32_t k = uint32_t(a.param[K]), border = uint32_t(a.param[Border]), two = 2;
-    const int flags = int(a.param[Flags]), type = kType<T>, channels = flags & 16 ? 4 - C : C;
+    const uint32_t k = zt::parameterAs<uint32_t>(a.param[K]), border = zt::parameterAs<uint32_t>(a.param[Border]),
+                   two = 2;
+    const int flags = zt::parameterAs<int>(a.param[Flags]), type = kType<T>, channels = flags & 16 ? 4 - C : C;
     const ImageSize q{std::max(a.roi.width, 1), std::max(a.roi.height, 1)};
     int spec32 = 0, buffer32 = 0;
     int64_t specL = 0, bufferL = 0;
@@ -203,7 +206,7 @@ Entry gaussEntry(const char* name, bool large = false) {
 template <class T, auto F>
 Entry sobelEntry(const char* name) {
     Entry e{name, {zt::result(41 * sizeof(T))}, zt::callWith<F>, [](const CallArgs& a) {
-                const int n = int(a.param[0]), d = int(a.param[1]);
+                const int n = zt::parameterAs<int>(a.param[0]), d = zt::parameterAs<int>(a.param[1]);
                 T* k = static_cast<T*>(a.ptr[0]);
                 std::fill(k, k + n - 1, T(0)), k[n - 1] = 1;
                 for (int p = 0; p < n - 1; ++p)
@@ -249,14 +252,16 @@ std::vector<double> passParams(std::mt19937& rng, bool positive, bool row) {
 // The row pass's source, with the pixels beyond it that its flags let it read.
 template <class S, int C>
 const S* rowSource(const CallArgs& a) {
-    const int k = int(a.param[K]), x = int(a.param[Anchor]), b = int(a.param[Border]);
+    const int k = zt::parameterAs<int>(a.param[K]), x = zt::parameterAs<int>(a.param[Anchor]),
+              b = zt::parameterAs<int>(a.param[Border]);
     return reinterpret_cast<const S*>(placed(a, 0, C * sizeof(S), 0, 0, b & 0x40 ? x : 0, b & 0x80 ? k - 1 - x : 0));
 }
 // The column pass's rows, in the region's columns of its source image: the image's last row first, then its rows from
 // the first on.
 template <class S, int C>
 std::vector<const S*> columnRows(const CallArgs& a) {
-    std::vector<const S*> rows(static_cast<size_t>(std::max(a.roi.height + int(a.param[K]) - 1, 1)));
+    std::vector<const S*> rows(static_cast<size_t>(
+        std::clamp<int64_t>(int64_t{a.roi.height} + zt::parameterAs<int>(a.param[K]) - 1, 1, 1 << 20)));
     const uint8_t* first = placed(a, 0, C * sizeof(S), 0, kMargin, 0, 0);
     for (size_t j = 0; first && j < rows.size(); ++j)
         rows[j] = reinterpret_cast<const S*>(first + int64_t(j ? j - 1 : a.roi.height + kMargin - 1) * a.step[0]);
@@ -265,8 +270,8 @@ std::vector<const S*> columnRows(const CallArgs& a) {
 // Row: ext(x + j - anchor) of each channel by the border; column: row y + j.
 template <bool Row, class S, class D, class Tap, int C>
 ZepStatus passRule(const CallArgs& a) {
-    const int k = int(a.param[K]), x0 = int(a.param[Anchor]), b = int(a.param[Border]), W = a.roi.width,
-              d = int(a.param[Divisor]);
+    const int k = zt::parameterAs<int>(a.param[K]), x0 = zt::parameterAs<int>(a.param[Anchor]),
+              b = zt::parameterAs<int>(a.param[Border]), W = a.roi.width, d = zt::parameterAs<int>(a.param[Divisor]);
     const std::vector<Tap> taps(a.param.begin() + Taps, a.param.end());
     const S* src = rowSource<S, C>(a);
     const std::vector<const S*> rows = columnRows<S, C>(a);
@@ -285,7 +290,7 @@ ZepStatus passRule(const CallArgs& a) {
 }
 template <bool Row, class S, class D, class Tap, int C, auto F, auto Q>
 ZepStatus passCall(const CallArgs& a) {
-    const int k = int(a.param[K]), flags = int(a.param[Flags]);
+    const int k = zt::parameterAs<int>(a.param[K]), flags = zt::parameterAs<int>(a.param[Flags]);
     const std::vector<Tap> taps(a.param.begin() + Taps, a.param.end());
     int bytes = 64;
     const zt::Canvas buffer = zt::bufferOf((Q(a.roi, k, &bytes), bytes));
@@ -299,8 +304,8 @@ ZepStatus passCall(const CallArgs& a) {
     auto call = [&](auto... divisor) {
         if constexpr (Row)
             return F(rowSource<S, C>(a), a.step[0], a.ptr[1] ? out.data() : nullptr, a.roi, kernel, k,
-                     int(a.param[Anchor]), uint32_t(a.param[Border]), value, divisor...,
-                     flags & 2 ? nullptr : buffer.first());
+                     zt::parameterAs<int>(a.param[Anchor]), zt::parameterAs<uint32_t>(a.param[Border]), value,
+                     divisor..., flags & 2 ? nullptr : buffer.first());
         else
             return F(a.ptr[0] ? in.data() : nullptr, static_cast<D*>(a.ptr[1]), a.step[1], a.roi, kernel, k,
                      divisor..., flags & 2 ? nullptr : buffer.first());
@@ -308,7 +313,7 @@ ZepStatus passCall(const CallArgs& a) {
     if constexpr (std::is_floating_point_v<S>)
         return call();
     else
-        return call(int(a.param[Divisor]));
+        return call(zt::parameterAs<int>(a.param[Divisor]));
 }
 enum class Check { none, early, late, earlyPositive };  // of the divisor
 

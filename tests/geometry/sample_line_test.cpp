@@ -16,8 +16,9 @@ using zt::CallArgs;
 // distance) each step, and only below 0 takes a minor step and regains 2M.
 template <class T, int C>
 ZepStatus lineRule(const CallArgs& a) {
-    int p[2] = {int(a.param[0]), int(a.param[1])};
-    const int d[2] = {int(a.param[2]) - p[0], int(a.param[3]) - p[1]}, major = std::abs(d[0]) <= std::abs(d[1]);
+    int p[2] = {zt::parameterAs<int>(a.param[0]), zt::parameterAs<int>(a.param[1])};
+    const int d[2] = {zt::parameterAs<int>(a.param[2]) - p[0], zt::parameterAs<int>(a.param[3]) - p[1]},
+              major = std::abs(d[0]) <= std::abs(d[1]);
     const int big = std::abs(d[major]), small = std::abs(d[1 - major]);
     T* out = zt::rowOf<T>(a, 1, 0);
     for (int n = 0, e = big; n <= big; ++n) {

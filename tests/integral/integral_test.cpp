@@ -62,7 +62,7 @@ void tilted(const CallArgs& a, int i, T val, bool sq) {
 // tables are passed from column max(0, y + h - x), so every corner is inside.
 template <bool Tilted, class S, class Q>
 CallArgs placed(CallArgs a) {
-    const int off = Tilted ? std::max(0, int(a.param[2] + a.param[4] - a.param[1])) : 0;
+    const int off = Tilted ? std::clamp(zt::parameterAs<int>(a.param[2] + a.param[4] - a.param[1]), 0, 1 << 20) : 0;
     if (a.ptr[0]) a.ptr[0] = static_cast<S*>(a.ptr[0]) + off;
     if (a.ptr[1]) a.ptr[1] = static_cast<Q*>(a.ptr[1]) + off;
     return a;
@@ -75,7 +75,8 @@ template <bool Tilted, class S, class Q, class D>
 ZepStatus deviationRule(const CallArgs& in) {
     using F = std::conditional_t<std::is_same_v<D, float>, double, float>;
     const CallArgs a = placed<Tilted, S, Q>(in);
-    const int x = int(a.param[1]), y = int(a.param[2]), w = int(a.param[3]), h = int(a.param[4]);
+    const int x = zt::parameterAs<int>(a.param[1]), y = zt::parameterAs<int>(a.param[2]),
+              w = zt::parameterAs<int>(a.param[3]), h = zt::parameterAs<int>(a.param[4]);
     const int dr[4] = {0, Tilted ? h : 0, Tilted ? w : h, Tilted ? w + h : h}, r0 = Tilted ? x + y : y;
     const int dc[4] = {0, Tilted ? -h : w, Tilted ? w : 0, Tilted ? w - h : w}, c0 = Tilted ? x - y : x;
     auto diff = [&]<class V>(int t, int i, int j, V) {
@@ -123,7 +124,8 @@ zt::Entry deviation(const char* name) {
                 {{4, 1, 0, 10}, {int(sizeof(Q)), 1, 0, 10}, zt::output(4, 1, 0), {1, 1, -1, 0, false, 1}},
                 [](const CallArgs& in) {
                     CallArgs a = placed<Tilted, S, Q>(in);
-                    const ImageRect r{int(a.param[1]), int(a.param[2]), int(a.param[3]), int(a.param[4])};
+                    const ImageRect r{zt::parameterAs<int>(a.param[1]), zt::parameterAs<int>(a.param[2]),
+                                      zt::parameterAs<int>(a.param[3]), zt::parameterAs<int>(a.param[4])};
                     a.ptr[3] = a.ptr[3] ? (void*)&r : nullptr;
                     return zt::callWith<F>(a);
                 },

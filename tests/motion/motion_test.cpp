@@ -54,21 +54,26 @@ std::vector<ImageSize> levelsOf(ImageSize roi, float rate, double level) {
     return sizes;
 }
 
-// Down size, up range, or record bytes 52 x level + 152 (level clamped) and work bytes 8 x max(w, h).
+// The pyramid's work bytes, 8 x max(w, h); past INT32_MAX they are refused.
+int64_t workBytes(ImageSize roi) { return 8 * std::max<int64_t>(roi.width, roi.height); }
+
+// Down size, up range, or record bytes 52 x level + 152 (level clamped) and work bytes.
 template <int Query>
 ZepStatus sizeRule(const CallArgs& a) {
+    if (Query == 2 && workBytes(a.roi) > INT32_MAX) return zepStsSizeOverflow;
     const float rate = float(a.param[Query / 2]);
     const auto w = upRange(a.roi.width, rate), h = upRange(a.roi.height, rate);
     if (Query == 0) *at<ImageSize>(a, 0) = downSize(a.roi, rate);
     if (Query == 1) *at<ImageSize>(a, 0) = {w.first, h.first}, *at<ImageSize>(a, 1) = {w.second, h.second};
     if (Query == 2) *at<int>(a, 0) = 52 * int(levelsOf(a.roi, rate, a.param[0]).size() - 1) + 152;
-    if (Query == 2) *at<int>(a, 1) = 8 * std::max(a.roi.width, a.roi.height);
+    if (Query == 2) *at<int>(a, 1) = int(workBytes(a.roi));
     return zepStsOk;
 }
 
 // The record at the first 8-byte boundary of its memory, then sizes, images, rates (rate^i by repeated products in
 // double) and steps, each 16 bytes after the one before. The adapter makes addresses offsets from the memory.
 ZepStatus recordRule(const CallArgs& a) {
+    if (workBytes(a.roi) > INT32_MAX) return zepStsSizeOverflow;
     const std::vector<ImageSize> sizes = levelsOf(a.roi, float(a.param[1]), a.param[0]);
     const size_t n = sizes.size(), rec = -reinterpret_cast<uintptr_t>(a.ptr[1]) % 8, roi = rec + sizeof(Pyramid) + 16;
     const size_t image = roi + 8 * n + 16, rate = image + 8 * n + 16, step = rate + 8 * n + 16;
@@ -127,7 +132,8 @@ std::pair<ImageSize, ImageSize> layerSizes(const CallArgs& a) {
     if (a.roi.width < 1 || a.roi.height < 1) return {a.roi, a.roi};
     const float rate = float(a.param[0]);
     ImageSize s = Down ? a.roi : downSize(a.roi, rate), d = Down ? downSize(a.roi, rate) : a.roi;
-    if (int(a.param[4]) == badDestination) d.width = Down ? d.width + 1 : upRange(s.width, rate).first - 1;
+    if (zt::parameterAs<int>(a.param[4]) == badDestination)
+        d.width = Down ? d.width + 1 : upRange(s.width, rate).first - 1;
     return {s, d};
 }
 
@@ -194,7 +200,7 @@ ZepStatus layerCall(const CallArgs& a) {
     using L = Layer<T, C, Down>;
     const float rate = float(a.param[0]);
     const std::vector<T> k = kernelOf<T>(a.param[1]);
-    const int fault = int(a.param[4]), more = int(a.param[3]);
+    const int fault = zt::parameterAs<int>(a.param[4]), more = zt::parameterAs<int>(a.param[3]);
     const auto [s, d] = layerSizes<Down>(a);
     const ImageSize made{std::max(1, s.width - (fault == narrowState)) + more, std::max(1, s.height) + more};
     std::deque<Canvas> keep;
@@ -202,7 +208,7 @@ ZepStatus layerCall(const CallArgs& a) {
                   : fault == zeroed         ? keep.emplace_back(4096, 1, 4096, 0).first()
                   : fault == otherDirection ? (void*)Layer<T, C, !Down>::make(keep, made, rate, k)
                   : fault == otherChannels  ? (void*)Layer<T, 4 - C, Down>::make(keep, made, rate, k)
-                                            : (void*)L::make(keep, made, rate, k, int(a.param[2]));
+                                            : (void*)L::make(keep, made, rate, k, zt::parameterAs<int>(a.param[2]));
     const std::vector<uint8_t> before = keep.empty() ? std::vector<uint8_t>{} : keep.back().bytes();
     const ZepStatus status =
         L::op(at<const T>(a, 0), a.step[0], s, at<T>(a, 1), a.step[1], d, (typename L::State*)state);
@@ -288,10 +294,10 @@ auto rateChecks(size_t i, std::vector<Breaker> more = {}) {
 
 // Init with the adapter's work buffer of exactly 8 x max(w, h) bytes (none for parameter 2).
 ZepStatus pyramidInit(const CallArgs& a) {
-    Canvas buffer = bufferOf(8 * std::max({1, a.roi.width, a.roi.height}));
+    Canvas buffer = bufferOf(8 * std::max<int64_t>({1, a.roi.width, a.roi.height}));
     uint8_t* m = at<uint8_t>(a, 1);
-    const ZepStatus s = zepiPyramidInit(static_cast<Pyramid**>(a.ptr[0]), int(a.param[0]), a.roi, float(a.param[1]),
-                                        m, a.param[2] ? nullptr : buffer.first());
+    const ZepStatus s = zepiPyramidInit(static_cast<Pyramid**>(a.ptr[0]), zt::parameterAs<int>(a.param[0]), a.roi,
+                                        float(a.param[1]), m, a.param[2] ? nullptr : buffer.first());
     if (s != zepStsOk) return s;
     Pyramid*& p = *at<Pyramid*>(a, 0);
     for (void** q : {(void**)&p->pImage, (void**)&p->pRoi, (void**)&p->pRate, (void**)&p->pStep, (void**)&p})
@@ -304,59 +310,61 @@ Breaker huge(int w, int h) {
 }
 const Breaker noBuffer{"no buffer", 2, [](CallArgs& a) { a.param[2] = 1; }, zepStsNullPointer};
 
-const bool enrolled = enrol({
-    history<uint8_t, zepiUpdateMotionHistory_8u32f_C1IR>("zepiUpdateMotionHistory_8u32f_C1IR"),
-    history<uint16_t, zepiUpdateMotionHistory_16u32f_C1IR>("zepiUpdateMotionHistory_16u32f_C1IR"),
-    history<float, zepiUpdateMotionHistory_32f_C1IR>("zepiUpdateMotionHistory_32f_C1IR"),
-    Entry{"zepiGetPyramidDownROI",
-          {result(8)},
-          callWith<zepiGetPyramidDownROI>,
-          sizeRule<0>,
-          anyRate,
-          rateChecks(0),
-          {},
-          NaNs::exact,
-          sizeSweep()},
-    Entry{"zepiGetPyramidUpROI",
-          {result(8), result(8)},
-          callWith<zepiGetPyramidUpROI>,
-          sizeRule<1>,
-          anyRate,
-          rateChecks(0),
-          {},
-          NaNs::exact,
-          sizeSweep()},
-    Entry{"zepiPyramidGetSize",
-          {result(4), result(4)},
-          callWith<zepiPyramidGetSize>,
-          sizeRule<2>,
-          levelAndRate,
-          rateChecks(1, {huge(1, 268435456), huge(INT32_MAX, INT32_MAX)}),
-          {},
-          NaNs::exact,
-          {{1, 1}, {640, 480}, {268435455, 1}, {1, 268435455}, {3, 700}, {257, 3}}},
-    Entry{"zepiPyramidInit",
-          {result(8), result(4001)},
-          pyramidInit,
-          recordRule,
-          levelAndRate,
-          rateChecks(1, {noBuffer}),
-          {},
-          NaNs::exact,
-          {{1, 1}, {640, 480}, {257, 3}, {3, 700}, {100, 37}, {2, 1}}},
-    layer<uint8_t, 1, true>(),
-    layer<uint8_t, 1, false>(),
-    layer<uint8_t, 3, true>(),
-    layer<uint8_t, 3, false>(),
-    layer<uint16_t, 1, true>(),
-    layer<uint16_t, 1, false>(),
-    layer<uint16_t, 3, true>(),
-    layer<uint16_t, 3, false>(),
-    layer<float, 1, true>(),
-    layer<float, 1, false>(),
-    layer<float, 3, true>(),
-    layer<float, 3, false>(),
-});
+const bool enrolled = enrol(
+    {
+        history<uint8_t, zepiUpdateMotionHistory_8u32f_C1IR>("zepiUpdateMotionHistory_8u32f_C1IR"),
+        history<uint16_t, zepiUpdateMotionHistory_16u32f_C1IR>("zepiUpdateMotionHistory_16u32f_C1IR"),
+        history<float, zepiUpdateMotionHistory_32f_C1IR>("zepiUpdateMotionHistory_32f_C1IR"),
+        Entry{"zepiGetPyramidDownROI",
+              {result(8)},
+              callWith<zepiGetPyramidDownROI>,
+              sizeRule<0>,
+              anyRate,
+              rateChecks(0),
+              {},
+              NaNs::exact,
+              sizeSweep()},
+        Entry{"zepiGetPyramidUpROI",
+              {result(8), result(8)},
+              callWith<zepiGetPyramidUpROI>,
+              sizeRule<1>,
+              anyRate,
+              rateChecks(0),
+              {},
+              NaNs::exact,
+              sizeSweep()},
+        Entry{"zepiPyramidGetSize",
+              {result(4), result(4)},
+              callWith<zepiPyramidGetSize>,
+              sizeRule<2>,
+              levelAndRate,
+              rateChecks(1, {huge(1, 268435456), huge(INT32_MAX, INT32_MAX)}),
+              {},
+              NaNs::exact,
+              {{1, 1}, {640, 480}, {268435455, 1}, {1, 268435455}, {3, 700}, {257, 3}}},
+        Entry{"zepiPyramidInit",
+              {result(8), result(4001)},
+              pyramidInit,
+              recordRule,
+              levelAndRate,
+              rateChecks(1, {noBuffer}),
+              {},
+              NaNs::exact,
+              {{1, 1}, {640, 480}, {257, 3}, {3, 700}, {100, 37}, {2, 1}}},
+        layer<uint8_t, 1, true>(),
+        layer<uint8_t, 1, false>(),
+        layer<uint8_t, 3, true>(),
+        layer<uint8_t, 3, false>(),
+        layer<uint16_t, 1, true>(),
+        layer<uint16_t, 1, false>(),
+        layer<uint16_t, 3, true>(),
+        layer<uint16_t, 3, false>(),
+        layer<float, 1, true>(),
+        layer<float, 1, false>(),
+        layer<float, 3, true>(),
+        layer<float, 3, false>(),
+    },
+    false);  // the adapters derive the layers' sizes from the ROI and the rate;
 
 // Worked rules. t = 10 - 4 = 6 is kept, the float below it cleared, NaN kept; the silhouette's 10 replaces 50. 1e8 -
 // 5 rounds to 99999992, which is kept (the exact 99999995 would clear it). The levels of 640 x 480 at rate 2.
@@ -386,9 +394,9 @@ void expectStateQueries() {
     Canvas out(1 << 20, 1, 1 << 20, 0);  // aligned for the int and pointer written
     const std::vector<T> k(5, T(1));
     const Caller call = [](const CallArgs& a) {  // the query with one pointer, Init with three
-        return a.ptr.size() == 1 ? L::size(a.roi, float(a.param[0]), int(a.param[1]), at<int>(a, 0))
+        return a.ptr.size() == 1 ? L::size(a.roi, float(a.param[0]), zt::parameterAs<int>(a.param[1]), at<int>(a, 0))
                                  : L::init(at<typename L::State*>(a, 0), a.roi, float(a.param[0]), at<const T>(a, 1),
-                                           int(a.param[1]), 7, at<uint8_t>(a, 2));
+                                           zt::parameterAs<int>(a.param[1]), 7, at<uint8_t>(a, 2));
     };
     std::vector<Breaker> b = {nullBreaker(0), standardBreakers({}, {})[0], standardBreakers({}, {})[1]};
     for (const std::pair<int, double>& p : {std::pair{0, 1.0}, {0, NAN}, {0, 10.000001}, {1, 4.0}, {1, 1.0}})

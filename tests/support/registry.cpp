@@ -46,8 +46,8 @@ std::vector<ImageSize> sweepOf(const Entry& e) {
 
 }  // namespace
 
-bool enrol(std::vector<Entry> more) {
-    for (Entry& e : more) entries().push_back(std::move(e));
+bool enrol(std::vector<Entry> more, bool wild) {
+    for (Entry& e : more) e.wild = wild, entries().push_back(std::move(e));
     return true;
 }
 

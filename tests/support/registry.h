@@ -220,10 +220,14 @@ struct Entry {
     std::vector<std::string> covers = {};  // other exports the call makes
     NaNs nans = NaNs::byClass;
     std::vector<ImageSize> sizes = {};  // sizes to agree at, instead of the sweep
+    bool wild = true;                   // whether the fuzzer may break the call and pass any parameter
 };
 
 // Adds a family's entries; returns true so that it can initialise a constant.
-bool enrol(std::vector<Entry> entries);
+// wild false: the fuzzer makes valid calls only (the check order is then
+// tested at the registry test's size), where the adapters derive the sizes
+// they pass from the ROI and the parameters.
+bool enrol(std::vector<Entry> entries, bool wild = true);
 const std::vector<Entry>& registry();
 
 // Runs the export on the images and the model on copies of its outputs: the
