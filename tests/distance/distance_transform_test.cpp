@@ -104,7 +104,8 @@ Entry chamfer(const char* name) {
     if (InPlace) args.erase(args.begin());
     Entry e{name, args,
             [](const CallArgs& a) {
-                const C k[3] = {C(a.param[0]), C(a.param[1]), C(a.param[2])};
+                const C k[3] = {zt::parameterAs<C>(a.param[0]), zt::parameterAs<C>(a.param[1]),
+                                zt::parameterAs<C>(a.param[2])};
                 return withLast<F>(a, (void*)k);
             },
             chamferRule<D, M, InPlace>};

@@ -143,25 +143,29 @@ zt::Entry deviation(const char* name) {
     return e;
 }
 
-const bool enrolled = zt::enrol({
-    table<zepiIntegral_32f_C1R, false, float, float>("zepiIntegral_32f_C1R"),
-    table<zepiIntegral_8u32f_C1R, false, uint8_t, float>("zepiIntegral_8u32f_C1R"),
-    table<zepiIntegral_8u32s_C1R, false, uint8_t, int32_t>("zepiIntegral_8u32s_C1R"),
-    table<zepiSqrIntegral_8u32s_C1R, false, uint8_t, int32_t, int32_t>("zepiSqrIntegral_8u32s_C1R"),
-    table<zepiSqrIntegral_8u32s64f_C1R, false, uint8_t, int32_t, double>("zepiSqrIntegral_8u32s64f_C1R"),
-    table<zepiSqrIntegral_8u32f64f_C1R, false, uint8_t, float, double>("zepiSqrIntegral_8u32f64f_C1R"),
-    table<zepiTiltedIntegral_8u32s_C1R, true, uint8_t, int32_t>("zepiTiltedIntegral_8u32s_C1R"),
-    table<zepiTiltedIntegral_8u32f_C1R, true, uint8_t, float>("zepiTiltedIntegral_8u32f_C1R"),
-    table<zepiTiltedSqrIntegral_8u32s_C1R, true, uint8_t, int32_t, int32_t>("zepiTiltedSqrIntegral_8u32s_C1R"),
-    table<zepiTiltedSqrIntegral_8u32s64f_C1R, true, uint8_t, int32_t, double>("zepiTiltedSqrIntegral_8u32s64f_C1R"),
-    table<zepiTiltedSqrIntegral_8u32f64f_C1R, true, uint8_t, float, double>("zepiTiltedSqrIntegral_8u32f64f_C1R"),
-    deviation<zepiRectStdDev_32f_C1R, false, float, double, float>("zepiRectStdDev_32f_C1R"),
-    deviation<zepiRectStdDev_32s32f_C1R, false, int32_t, double, float>("zepiRectStdDev_32s32f_C1R"),
-    deviation<zepiRectStdDev_32s_C1RSfs, false, int32_t, int32_t, int32_t>("zepiRectStdDev_32s_C1RSfs"),
-    deviation<zepiTiltedRectStdDev_32f_C1R, true, float, double, float>("zepiTiltedRectStdDev_32f_C1R"),
-    deviation<zepiTiltedRectStdDev_32s32f_C1R, true, int32_t, double, float>("zepiTiltedRectStdDev_32s32f_C1R"),
-    deviation<zepiTiltedRectStdDev_32s_C1RSfs, true, int32_t, int32_t, int32_t>("zepiTiltedRectStdDev_32s_C1RSfs"),
-});
+const bool enrolled = zt::enrol(
+    {
+        table<zepiIntegral_32f_C1R, false, float, float>("zepiIntegral_32f_C1R"),
+        table<zepiIntegral_8u32f_C1R, false, uint8_t, float>("zepiIntegral_8u32f_C1R"),
+        table<zepiIntegral_8u32s_C1R, false, uint8_t, int32_t>("zepiIntegral_8u32s_C1R"),
+        table<zepiSqrIntegral_8u32s_C1R, false, uint8_t, int32_t, int32_t>("zepiSqrIntegral_8u32s_C1R"),
+        table<zepiSqrIntegral_8u32s64f_C1R, false, uint8_t, int32_t, double>("zepiSqrIntegral_8u32s64f_C1R"),
+        table<zepiSqrIntegral_8u32f64f_C1R, false, uint8_t, float, double>("zepiSqrIntegral_8u32f64f_C1R"),
+        table<zepiTiltedIntegral_8u32s_C1R, true, uint8_t, int32_t>("zepiTiltedIntegral_8u32s_C1R"),
+        table<zepiTiltedIntegral_8u32f_C1R, true, uint8_t, float>("zepiTiltedIntegral_8u32f_C1R"),
+        table<zepiTiltedSqrIntegral_8u32s_C1R, true, uint8_t, int32_t, int32_t>("zepiTiltedSqrIntegral_8u32s_C1R"),
+        table<zepiTiltedSqrIntegral_8u32s64f_C1R, true, uint8_t, int32_t, double>(
+            "zepiTiltedSqrIntegral_8u32s64f_C1R"),
+        table<zepiTiltedSqrIntegral_8u32f64f_C1R, true, uint8_t, float, double>("zepiTiltedSqrIntegral_8u32f64f_C1R"),
+        deviation<zepiRectStdDev_32f_C1R, false, float, double, float>("zepiRectStdDev_32f_C1R"),
+        deviation<zepiRectStdDev_32s32f_C1R, false, int32_t, double, float>("zepiRectStdDev_32s32f_C1R"),
+        deviation<zepiRectStdDev_32s_C1RSfs, false, int32_t, int32_t, int32_t>("zepiRectStdDev_32s_C1RSfs"),
+        deviation<zepiTiltedRectStdDev_32f_C1R, true, float, double, float>("zepiTiltedRectStdDev_32f_C1R"),
+        deviation<zepiTiltedRectStdDev_32s32f_C1R, true, int32_t, double, float>("zepiTiltedRectStdDev_32s32f_C1R"),
+        deviation<zepiTiltedRectStdDev_32s_C1RSfs, true, int32_t, int32_t, int32_t>(
+            "zepiTiltedRectStdDev_32s_C1RSfs"),
+    },
+    false);  // the rectangle decides which table elements are read;
 
 TEST(IntegralRules, TiltedPairsAndScaledDeviation) {
     // The horizontal pair src[y][c-1] + src[y][c]; only src[y][width-1] in column width.

@@ -47,7 +47,7 @@ std::vector<ImageSize> sweepOf(const Entry& e) {
 }  // namespace
 
 bool enrol(std::vector<Entry> more, bool wild) {
-    for (Entry& e : more) e.wild = wild, entries().push_back(std::move(e));
+    for (Entry& e : more) e.wild = e.wild && wild, entries().push_back(std::move(e));
     return true;
 }
 
