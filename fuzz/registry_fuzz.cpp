@@ -62,7 +62,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ImageSize roi{in.side(300), in.side(40)};
     if (!hasImages(e) && in.below(2))  // 1 to INT32_MAX
         roi = {int(1 + in.bits32() % INT32_MAX), int(1 + in.bits32() % INT32_MAX)};
-    if (!e.sizes.empty() && in.below(2)) roi = e.sizes[in.below(e.sizes.size())];
+    if (!e.sizes.empty()) roi = e.sizes[in.below(e.sizes.size())];  // an entry's sizes are its valid ROIs
     std::mt19937 rng(in.bits32());
     std::vector<double> param = e.params ? e.params(rng, roi) : std::vector<double>{};
     if (kind == 7) {
