@@ -143,7 +143,7 @@ Entry entry(const char* name, int sources, int maskGroup, zt::Caller model, bool
     auto skipping = [first](zt::Caller f) -> zt::Caller {
         return [=](CallArgs a) {
             for (int i = first; i < int(a.ptr.size()); ++i)
-                if (unsigned(a.param.back()) >> (i - first) & 1) a.ptr[size_t(i)] = nullptr;
+                if (zt::parameterAs<unsigned>(a.param.back()) >> (i - first) & 1) a.ptr[size_t(i)] = nullptr;
             return f(a);
         };
     };
