@@ -14,7 +14,10 @@
 // column's row sum is the same however the columns are chunked, and each
 // output reads its taps in the same order, so chunking changes no bit.
 // At rate 2 the weights of each phase are the same for every output, so the
-// vector path reads them from short lists made at Init (resampleRateTwo).
+// vector path reads them from short lists made at Init (resampleRateTwo);
+// for 8u, when those weights are small binary fractions (the Gaussian
+// pyramid's 1 4 6 4 1 among them), the sums are exact in integers and the
+// layer is made in 16-bit lanes (resampleExact).
 #pragma once
 
 #include <algorithm>
