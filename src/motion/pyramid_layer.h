@@ -314,6 +314,7 @@ inline void sumRowsFixed(const T* const* in, const float* w, int taps, int elems
     int e = 0;
     for (; e + 32 <= elems; e += 32) {
         __m512 a = _mm512_set1_ps(-0.0f), b = a;
+#pragma GCC unroll 8
         for (int j = 0; j < count; ++j) {
             a = plus(a, j, _mm512_mul_ps(tap(j), simd::loadAsFloat(row(j) + e)));
             b = plus(b, j, _mm512_mul_ps(tap(j), simd::loadAsFloat(row(j) + e + 16)));
@@ -361,6 +362,7 @@ inline void downColumns(const float* sc, const int32_t* off, const float* w, int
     for (int e = 0; e < dstElems; e += 16) {
         const float* at = sc + 2 * e - e % Ch;
         __m512 acc = _mm512_set1_ps(-0.0f);
+#pragma GCC unroll 8
         for (int j = 0; j < count; ++j) {
             const float* p = at + Ch * off[j];
             const __m512 v = _mm512_permutex2var_ps(simd::load(p), pick[ph], simd::load(p + 16));
