@@ -648,7 +648,7 @@ struct Wide<uint8_t> {
     static __m512i mul(__m512i a, __m512i b) { return _mm512_mullo_epi16(a, b); }
     static __m512i shift(__m512i a, __m128i n) { return _mm512_srl_epi16(a, n); }
     static __m512i pick(__m512i a, __m512i i, __m512i b) { return _mm512_permutex2var_epi16(a, i, b); }
-    static void store(uint8_t* p, __m512i v, Mask k) { _mm512_mask_cvtepi16_storeu_epi8(p, k, v); }
+    static void store(uint8_t* p, __m512i v, Mask k) { _mm256_mask_storeu_epi8(p, k, _mm512_cvtepi16_epi8(v)); }
     static void stream(uint8_t* p, __m512i v) { simd::stream(p, _mm512_cvtepi16_epi8(v)); }
 };
 // Source elements [lo, hi) of a row of W pixels of Ch channels into out:
