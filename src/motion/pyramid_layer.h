@@ -14,7 +14,10 @@
 // column's row sum is the same however the columns are chunked, and each
 // output reads its taps in the same order, so chunking changes no bit.
 // At rate 2 the weights of each phase are the same for every output, so the
-// vector path reads them from short lists made at Init (resampleRateTwo).
+// vector path reads them from short lists made at Init (resampleRateTwo);
+// for 8u, when those weights are small binary fractions (the Gaussian
+// pyramid's 1 4 6 4 1 among them), the sums are exact in integers and the
+// layer is made in 16-bit lanes (resampleExact).
 #pragma once
 
 #include <algorithm>
@@ -57,7 +60,11 @@ struct LayerState {
     // kernelSize entries per phase, and their counts.
     int64_t evenOffset, evenWeight;
     int32_t evenCount[2];
+    // Rate 2, 8u: s when every phase's weights are m / 2^s with positive
+    // integers m summing to 2^s and 2s <= 8 (exactShiftOf), else -1.
+    int32_t exactShift;
 };
+static_assert(alignedRowStep(sizeof(LayerState)) == 192, "a state's header takes 192 bytes, as it always has");
 
 // Identity of a state: direction, data-type code and channels in the low bits.
 constexpr uint32_t stateId(Dir d, int dataType, int channels) {
@@ -307,6 +314,7 @@ inline void sumRowsFixed(const T* const* in, const float* w, int taps, int elems
     int e = 0;
     for (; e + 32 <= elems; e += 32) {
         __m512 a = _mm512_set1_ps(-0.0f), b = a;
+#pragma GCC unroll 8
         for (int j = 0; j < count; ++j) {
             a = plus(a, j, _mm512_mul_ps(tap(j), simd::loadAsFloat(row(j) + e)));
             b = plus(b, j, _mm512_mul_ps(tap(j), simd::loadAsFloat(row(j) + e + 16)));
@@ -354,6 +362,7 @@ inline void downColumns(const float* sc, const int32_t* off, const float* w, int
     for (int e = 0; e < dstElems; e += 16) {
         const float* at = sc + 2 * e - e % Ch;
         __m512 acc = _mm512_set1_ps(-0.0f);
+#pragma GCC unroll 8
         for (int j = 0; j < count; ++j) {
             const float* p = at + Ch * off[j];
             const __m512 v = _mm512_permutex2var_ps(simd::load(p), pick[ph], simd::load(p + 16));
@@ -586,6 +595,255 @@ bool resampleRateTwo(Dir d, const LayerState* s, Rows<const T> src, ImageSize sr
     return true;
 }
 
+// ---- Rate 2, 8u in integers.
+//
+// When every weight of a phase is m / 2^s (positive integers m summing to
+// 2^s, one s for all phases), each single-precision product and partial sum
+// of the rows pass is a multiple of 2^-s no larger than the largest pixel
+// value, and each of the columns pass a multiple of 2^-2s: all exact while
+// that value times 2^2s, plus a half, stays below 2^24, which 2s <= 8 gives
+// for 8u and 16u alike. The documented result, floor(v + 0.5) of a sum v that
+// lies in T's range, is then (M + 2^(2s-1)) >> 2s of the integer sum M of
+// the products m_row * m_col * pixel, in whichever order it is formed. 8u
+// takes 16-bit lanes (255 * 256 + 128 < 2^16). (16u would take 32-bit lanes,
+// as many per vector as single precision: measured, no faster than it.)
+
+// s for a rate-2 state whose weights allow it, else -1.
+inline int32_t exactShiftOf(Dir d, const LayerState* s) {
+    const auto* weights = reinterpret_cast<const float*>(reinterpret_cast<const uint8_t*>(s) + s->evenWeight);
+    for (int shift = 0; 2 * shift <= 8; ++shift) {
+        bool exact = true;
+        for (int p = 0; p < (d == Dir::down ? 1 : 2); ++p) {
+            const float* w = weights + p * s->kernelSize;
+            float sum = 0.0f;  // integers below 2^24: exact
+            for (int k = 0; k < s->evenCount[p]; ++k) {
+                const float m = std::ldexp(w[k], shift);
+                exact = exact && m > 0.0f && m == std::floor(m);
+                sum += m;
+            }
+            exact = exact && sum == std::ldexp(1.0f, shift);
+        }
+        if (exact) return shift;
+    }
+    return -1;
+}
+
+// Lanes of twice T's width (16 bits for 8u) and what the integer passes do
+// with them.
+template <class T>
+struct Wide;
+template <>
+struct Wide<uint8_t> {
+    using Lane = uint16_t;
+    static constexpr int lanes = 32;
+    using Mask = __mmask32;
+    // p[0..lanes), zero-extended.
+    static __m512i load(const uint8_t* p) {
+        return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
+    }
+    // p[0], p[2], ..., p[2 * lanes - 2].
+    static __m512i evens(const uint8_t* p) { return _mm512_and_si512(simd::load512(p), _mm512_set1_epi16(0xff)); }
+    static __m512i splat(int v) { return _mm512_set1_epi16(static_cast<int16_t>(v)); }
+    static __m512i add(__m512i a, __m512i b) { return _mm512_add_epi16(a, b); }
+    static __m512i mul(__m512i a, __m512i b) { return _mm512_mullo_epi16(a, b); }
+    static __m512i shift(__m512i a, __m128i n) { return _mm512_srl_epi16(a, n); }
+    static __m512i pick(__m512i a, __m512i i, __m512i b) { return _mm512_permutex2var_epi16(a, i, b); }
+    static void store(uint8_t* p, __m512i v, Mask k) { _mm256_mask_storeu_epi8(p, k, _mm512_cvtepi16_epi8(v)); }
+    static void stream(uint8_t* p, __m512i v) { simd::stream(p, _mm512_cvtepi16_epi8(v)); }
+};
+// Source elements [lo, hi) of a row of W pixels of Ch channels into out:
+// those in the row copied, those before it mirrored by the border rule, and
+// those past it up to `need` mirrored, the rest 0 (lanes no result takes).
+template <class T, int Ch>
+inline void edgeWindow(Dir d, const T* row, int32_t W, int64_t lo, int64_t hi, int64_t need, T* out) {
+    const int64_t end = int64_t{W} * Ch;
+    const int64_t a = std::clamp<int64_t>(lo, 0, end), b = std::clamp<int64_t>(hi, a, end);
+    std::copy(row + a, row + b, out + (a - lo));
+    auto mirrored = [&](int64_t p) {
+        const int64_t px = p >= 0 ? p / Ch : -((Ch - 1 - p) / Ch);
+        return row[int64_t{tapIndex(d, px, W)} * Ch + (p - px * Ch)];
+    };
+    for (int64_t p = lo; p < a; ++p) out[p - lo] = mirrored(p);
+    for (int64_t p = b; p < hi; ++p) out[p - lo] = p < need ? mirrored(p) : T{0};
+}
+
+// The taps of a phase as integers: offsets o (in tap order) and multiples m.
+struct ExactPhase {
+    const int32_t* off;
+    int taps;
+    int lo, hi;  // the least and the greatest offset
+    int32_t m[64];
+};
+
+// The horizontal sums of one source row, as lanes from element 0 of out,
+// for destination columns [x0, x1). Down, element e = x * Ch + c takes
+// source element 2e - c + Ch * o for each offset o: one channel, the even
+// elements of a window from 2e + o; three, a pick of two windows from
+// 2e + 3o, in blocks of whole pixels. Up, the source elements j of pixels
+// x0 / 2 on take even sums E (phase 0) and odd sums O (phase 1), and
+// destination element 3X + c (X = 2x + p) the sum of phase p at j = 3x + c;
+// blocks of whole pixels give two blocks of results each.
+template <class T, int Ch, int N0, int N1>
+inline void exactRow(Dir d, const T* row, int32_t W, int64_t x0, int64_t x1, const ExactPhase* ph,
+                     const __m512i* picks, typename Wide<T>::Lane* out) {
+    using V = Wide<T>;
+    constexpr int NL = V::lanes, NB = Ch == 1 ? NL : NL / 3 * 3;
+    alignas(64) T window[2 * NL + 3 * 64 + 64];
+    const int64_t end = int64_t{W} * Ch;
+    // Where elements [lo, hi) are read: element i at in[i - origin], from
+    // `row` when they lie in it, else from window.
+    const T* in = row;
+    int64_t origin = 0;
+    auto source = [&](int64_t lo, int64_t hi, int64_t need) {
+        in = row, origin = 0;
+        if (lo >= 0 && hi <= end) return;
+        edgeWindow<T, Ch>(d, row, W, lo, hi, need, window);
+        in = window, origin = lo;
+    };
+    if (d == Dir::down) {
+        const ExactPhase& p = ph[0];
+        const int64_t elems = (x1 - x0) * Ch, need = (2 * (x1 - 1) + p.hi + 1) * Ch;
+        for (int64_t e = 0; e < elems; e += NB) {
+            const int64_t at = 2 * (x0 * Ch + e);  // 2e - c + Ch * o, less Ch * o and c - c0 = 0 at lane 0
+            source(at + Ch * p.lo, at + Ch * p.hi + 2 * NL, need);
+            __m512i acc = _mm512_setzero_si512();
+            for (int k = 0; k < (N0 > 0 ? N0 : p.taps); ++k) {
+                const T* q = in + (at + Ch * p.off[k] - origin);
+                const __m512i v = Ch == 1 ? V::evens(q) : V::pick(V::load(q), picks[0], V::load(q + NL));
+                acc = V::add(acc, V::mul(v, V::splat(p.m[k])));
+            }
+            simd::store512(out + e, acc);
+        }
+    } else {
+        const int64_t s0 = x0 / 2, s1 = (x1 - 1) / 2 + 1;
+        const int64_t elems = (s1 - s0) * Ch, need = (s1 + std::max(ph[0].hi, ph[1].hi)) * Ch;
+        const int lo = std::min(ph[0].lo, ph[1].lo), hi = std::max(ph[0].hi, ph[1].hi);
+        for (int64_t j = 0; j < elems; j += NB) {
+            const int64_t at = s0 * Ch + j;
+            source(at + Ch * lo, at + Ch * hi + NL, need);
+            __m512i sum[2];
+            for (int p = 0; p < 2; ++p) {
+                sum[p] = _mm512_setzero_si512();
+                for (int k = 0; k < (p == 0 && N0 > 0 ? N0 : p == 1 && N1 > 0 ? N1 : ph[p].taps); ++k) {
+                    const T* q = in + (at + Ch * ph[p].off[k] - origin);
+                    sum[p] = V::add(sum[p], V::mul(V::load(q), V::splat(ph[p].m[k])));
+                }
+            }
+            simd::store512(out + 2 * j, V::pick(sum[0], picks[0], sum[1]));
+            simd::store512(out + 2 * j + NB, V::pick(sum[0], picks[1], sum[1]));
+        }
+    }
+}
+
+// The pick indices of exactRow for a direction: down, lane m of a block
+// takes window element 2m - m % Ch; up, result u = t + b * NB of a block
+// pair (pixel X = u / Ch, channel c) takes lane Ch * (X / 2) + c of E (X
+// even) or O.
+template <class T, int Ch>
+inline void exactPicks(Dir d, __m512i picks[2]) {
+    using Lane = typename Wide<T>::Lane;
+    constexpr int NL = Wide<T>::lanes, NB = Ch == 1 ? NL : NL / 3 * 3;
+    for (int b = 0; b < 2; ++b) {
+        alignas(64) Lane lane[NL] = {};
+        for (int t = 0; t < NB; ++t) {
+            const int u = t + b * NB, X = u / Ch, c = u % Ch;
+            lane[t] = static_cast<Lane>(d == Dir::down ? 2 * t - t % Ch : (X % 2) * NL + Ch * (X / 2) + c);
+        }
+        picks[b] = simd::load512(lane);
+    }
+}
+
+// The rate-2 layer of 8u in integers (see exactShiftOf): chunk by
+// chunk of destination columns, each source row's horizontal sums made once
+// into a ring of rows, then each destination row from the ring rows of its
+// taps. Returns false, having written nothing, unless the state's weights
+// allow it and a chunk of 64 outputs fits the ring.
+template <class T, int Ch>
+bool resampleExact(Dir d, const LayerState* s, Rows<const T> src, ImageSize srcRoi, Rows<T> dst, ImageSize dstRoi,
+                   const Bands& bands) {
+    using V = Wide<T>;
+    using Lane = typename V::Lane;
+    constexpr int NL = V::lanes;
+    const int shift = s->exactShift, n = s->kernelSize;
+    if (shift < 0 || n > 64) return false;
+    const auto* base = reinterpret_cast<const uint8_t*>(s);
+    ExactPhase ph[2];
+    int span = 1;
+    for (int p = 0; p < (d == Dir::down ? 1 : 2); ++p) {
+        ph[p].off = reinterpret_cast<const int32_t*>(base + s->evenOffset) + p * n;
+        ph[p].taps = s->evenCount[p];
+        const float* w = reinterpret_cast<const float*>(base + s->evenWeight) + p * n;
+        for (int k = 0; k < ph[p].taps; ++k) ph[p].m[k] = static_cast<int32_t>(std::ldexp(w[k], shift));
+        ph[p].lo = ph[p].taps ? *std::min_element(ph[p].off, ph[p].off + ph[p].taps) : 0;
+        ph[p].hi = ph[p].taps ? *std::max_element(ph[p].off, ph[p].off + ph[p].taps) : 0;
+        span = std::max(span, ph[p].hi - ph[p].lo + 1);
+    }
+    // Ring rows: the source rows of one destination row lie within `span`
+    // consecutive ones (mirrored or not), so their slots (row mod span) differ;
+    // down, the two rows a destination row adds take the slots of the two it
+    // no longer reads.
+    constexpr int ringLanes = 32768 / static_cast<int>(sizeof(Lane));
+    const int rows = span;
+    const int K = (ringLanes / rows - 3 * NL) / Ch / 64 * 64;
+    if (K < 64) return false;
+    // Chunks narrower than the image read the source in strips, which costs
+    // more than the rows pass of single precision saves down at three channels.
+    if (d == Dir::down && Ch == 3 && K < dstRoi.width) return false;
+    const int64_t stride = int64_t{K} * Ch + 3 * NL;
+    alignas(64) Lane ring[ringLanes];
+    int64_t held[64];
+    __m512i picks[2];
+    exactPicks<T, Ch>(d, picks);
+    const int S = 2 * shift;
+    const __m128i count = _mm_cvtsi32_si128(S);
+    const __m512i half = V::splat(S > 0 ? 1 << (S - 1) : 0);
+    const Lane* at[64];
+    // N0, N1: the taps of phases 0 and 1 when the compiler knows them, else 0.
+    auto run = [&]<int N0, int N1>() {
+        for (int x0 = 0; x0 < dstRoi.width; x0 += K) {
+            const int x1 = std::min(dstRoi.width, x0 + K);
+            std::fill(held, held + rows, int64_t{-1});
+            for (int64_t y = 0; y < dstRoi.height; ++y) {
+                const int phase = d == Dir::down ? 0 : static_cast<int>(y % 2);
+                const ExactPhase& p = ph[phase];
+                const int taps = phase == 0 && N0 > 0 ? N0 : phase == 1 && N1 > 0 ? N1 : p.taps;
+                const int64_t centre = d == Dir::down ? 2 * y : y / 2;
+                for (int k = 0; k < taps; ++k) {
+                    const int32_t q = tapIndex(d, centre + p.off[k], srcRoi.height);
+                    Lane* slot = ring + (q % rows) * stride;
+                    if (held[q % rows] != q) {
+                        exactRow<T, Ch, N0, N1>(d, src[q], srcRoi.width, x0, x1, ph, picks, slot);
+                        held[q % rows] = q;
+                    }
+                    at[k] = slot;
+                }
+                T* out = dst[y] + int64_t{x0} * Ch;
+                const bool stream = bands.store == Store::streaming;
+                walkBlocks<NL>(out, int64_t{x1 - x0} * Ch, [&](int64_t e, typename V::Mask k, bool whole) {
+                    __m512i acc = half;
+                    for (int j = 0; j < taps; ++j)
+                        acc = V::add(acc, V::mul(simd::load512(at[j] + e), V::splat(p.m[j])));
+                    acc = V::shift(acc, count);
+                    if (stream && whole)
+                        V::stream(out + e, acc);
+                    else
+                        V::store(out + e, acc, k);
+                });
+            }
+        }
+    };
+    if (d == Dir::down && ph[0].taps == 5)
+        run.template operator()<5, 0>();
+    else if (d == Dir::down && ph[0].taps == 3)
+        run.template operator()<3, 0>();
+    else if (d == Dir::up && ph[0].taps == 3 && ph[1].taps == 2)
+        run.template operator()<3, 2>();
+    else
+        run.template operator()<0, 0>();
+    finishStores(bands.store);
+    return true;
+}
+
 // The general layer, chunk by chunk of destination columns: a chunk is whole
 // groups of 16 outputs whose source columns fit the chunk array; for each
 // destination row, the rows pass over those columns, then the columns pass.
@@ -594,6 +852,9 @@ template <Path P, class T, int Ch>
 void resampleRows(Dir d, const LayerState* s, Rows<const T> src, ImageSize srcRoi, Rows<T> dst, ImageSize dstRoi) {
     const Bands bands = layerBands<T, Ch>(d, s, srcRoi, dstRoi);
     if constexpr (P == Path::vector) {
+        if constexpr (std::is_same_v<T, uint8_t>) {
+            if (s->rate == 2.0f && resampleExact<T, Ch>(d, s, src, srcRoi, dst, dstRoi, bands)) return;
+        }
         if (s->rate == 2.0f && resampleRateTwo<T, Ch>(d, s, src, srcRoi, dst, dstRoi, bands)) return;
     }
     const Tables t = tablesOf(s);
@@ -781,7 +1042,9 @@ inline ZepStatus layerInit(Dir d, void** state, ImageSize roi, float rate, const
             if (dataType == zep32f) k[i] = static_cast<const float*>(kernel)[i];
         }
         buildTables(d, s);
+        s->exactShift = -1;
         if (rate == 2.0f) buildRateTwoTaps(d, s);
+        if (rate == 2.0f && dataType == zep8u) s->exactShift = exactShiftOf(d, s);
         *state = s;
     });
 }
