@@ -7,9 +7,19 @@
 // rounds once per element in a 32f table) and by four doubling steps for 32f
 // sources; `blockPrefix` is that rule in scalar form, and the vector block
 // must agree with it bit for bit.
+//
+// Sum tables of 8u sources (without squares) take 64 pixels a step: a
+// multiply-add of byte pairs gives the 32 pair sums in 16-bit lanes, their
+// prefix is formed by doubling steps there (over all 32 pairs for 32s tables,
+// which wrap and so may sum in any order; within each block's 8 pairs for 32f
+// tables, whose carry is rounded per block), the prefix at an even pixel is
+// the one at its pair less the pair's odd pixel, and one permutation per block
+// interleaves the two and widens them to 32 bits. Every partial sum is an
+// exact integer below 2^16 until the carry is added.
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <type_traits>
 
@@ -131,10 +141,91 @@ inline __m512 prefix16(__m512 v) {
 inline __m512i lastLane(__m512i v) { return _mm512_permutexvar_epi32(_mm512_set1_epi32(15), v); }
 inline __m512 lastLane(__m512 v) { return _mm512_permutexvar_ps(_mm512_set1_epi32(15), v); }
 
+// Word lanes of the pair kernel. kPairWiden[m]: 32-bit lane L of block m
+// takes word 8m + L/2 of the even-pixel prefixes (L even) or of the pair
+// prefixes (L odd, the permutation's second table); odd words are zeroed by
+// the permutation's mask. kWordBelow: word i takes word i - 1.
+inline constexpr auto kPairWiden = [] {
+    std::array<std::array<int16_t, 32>, 4> t{};
+    for (int m = 0; m < 4; ++m)
+        for (int lane = 0; lane < 16; ++lane)
+            t[static_cast<size_t>(m)][static_cast<size_t>(2 * lane)] =
+                static_cast<int16_t>((lane & 1) * 32 + 8 * m + lane / 2);
+    return t;
+}();
+inline constexpr auto kWordBelow = [] {
+    std::array<int16_t, 32> t{};
+    for (int i = 1; i < 32; ++i) t[static_cast<size_t>(i)] = static_cast<int16_t>(i - 1);
+    return t;
+}();
+constexpr __mmask32 kEvenWords = 0x55555555u;
+
+// One row of an upright sum table of an 8u source: out[c] = above[c] +
+// s_{c-1} for c = 1 .. width (out[0] is the caller's).
+template <class S>
+void pairRow(const uint8_t* src, const S* above, S* out, int width) {
+    constexpr bool kFloat = std::is_same_v<S, float>;
+    const __m512i ones = _mm512_set1_epi8(1);
+    const __m512i below = _mm512_loadu_si512(kWordBelow.data());
+    const __m512i zero = _mm512_setzero_si512();
+    __m512i widen[4];
+    for (int m = 0; m < 4; ++m) widen[m] = _mm512_loadu_si512(kPairWiden[static_cast<size_t>(m)].data());
+    simd::Vec<S> carry = simd::splat(S(0));
+    // Pixels x .. x + n - 1 (n <= 64; fewer only at the row's end).
+    auto step = [&](int x, int n) [[gnu::always_inline]] {
+        const bool whole = n == 64;
+        const __m512i px =
+            whole ? _mm512_loadu_si512(src + x) : _mm512_maskz_loadu_epi8(simd::firstLanes64(n), src + x);
+        __m512i q = _mm512_maddubs_epi16(px, ones);  // pair sums
+        if constexpr (kFloat) {
+            // Within each block's 8 pairs.
+            q = _mm512_mask_add_epi16(q, 0xFEFEFEFEu, q, _mm512_maskz_permutexvar_epi16(~1u, below, q));
+            q = _mm512_mask_add_epi16(q, 0xFCFCFCFCu, q, _mm512_alignr_epi32(q, zero, 15));
+            q = _mm512_mask_add_epi16(q, 0xF0F0F0F0u, q, _mm512_alignr_epi32(q, zero, 14));
+        } else {
+            q = _mm512_add_epi16(q, _mm512_maskz_permutexvar_epi16(~1u, below, q));
+            q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 15));
+            q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 14));
+            q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 12));
+            q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 8));
+        }
+        const __m512i even = _mm512_sub_epi16(q, _mm512_srli_epi16(px, 8));
+        for (int m = 0; m < 4 && 16 * m < n; ++m) {
+            const __m512i prefix = _mm512_maskz_permutex2var_epi16(kEvenWords, even, widen[m], q);
+            S* o = out + x + 16 * m + 1;
+            const S* a = above + x + 16 * m + 1;
+            const __mmask16 k = simd::firstLanes16(n - 16 * m);
+            simd::Vec<S> row;
+            if constexpr (kFloat) {
+                const __m512 f = _mm512_cvtepi32_ps(prefix);
+                const __m512 s = _mm512_add_ps(carry, f);
+                row = _mm512_add_ps(whole ? simd::load(a) : simd::load(a, k), s);
+                carry = _mm512_add_ps(carry, _mm512_permutexvar_ps(_mm512_set1_epi32(15), f));  // = s[15]
+            } else {
+                row = _mm512_add_epi32(_mm512_add_epi32(whole ? simd::load(a) : simd::load(a, k), prefix), carry);
+            }
+            if (whole)
+                simd::store(o, row);
+            else
+                simd::store(o, row, k);
+        }
+        if constexpr (!kFloat)
+            carry = _mm512_add_epi32(carry, _mm512_maskz_permutexvar_epi16(kEvenWords, _mm512_set1_epi16(31), q));
+    };
+    int x = 0;
+    for (; x + 64 <= width; x += 64) step(x, 64);
+    if (x < width) step(x, width - x);
+}
+
 // One row of an upright table (and its square companion): out[0] = val,
 // out[c] = above[c] + s_{c-1}.
 template <Path P, class Src, class S, class Q>
 void uprightRow(const Src* src, const S* above, S* out, const Q* aboveQ, Q* outQ, int width, S val, Q valQ) {
+    if constexpr (P == Path::vector && std::is_same_v<Src, uint8_t> && isNone<Q>) {
+        out[0] = val;
+        pairRow<S>(src, above, out, width);
+        return;
+    }
     out[0] = val;
     if constexpr (!isNone<Q>) outQ[0] = valQ;
     S carry = S(0);
