@@ -160,61 +160,71 @@ inline constexpr auto kWordBelow = [] {
 }();
 constexpr __mmask32 kEvenWords = 0x55555555u;
 
+// The pair kernel's constant vectors.
+struct PairConstants {
+    __m512i ones = _mm512_set1_epi8(1);
+    __m512i below = _mm512_loadu_si512(kWordBelow.data());
+    __m512i widen[4] = {_mm512_loadu_si512(kPairWiden[0].data()), _mm512_loadu_si512(kPairWiden[1].data()),
+                        _mm512_loadu_si512(kPairWiden[2].data()), _mm512_loadu_si512(kPairWiden[3].data())};
+};
+
+// Table elements x + 1 .. x + n of a row of an upright sum table of an 8u
+// source (n <= 64; n == 64 when Whole), from the running sum `carry` before
+// pixel x, which it advances.
+template <class S, bool Whole>
+[[gnu::always_inline]] inline void pairStep(const PairConstants& c, const uint8_t* src, const S* above, S* out, int x,
+                                            int n, simd::Vec<S>& carry) {
+    constexpr bool kFloat = std::is_same_v<S, float>;
+    const __m512i zero = _mm512_setzero_si512();
+    const __m512i px = Whole ? _mm512_loadu_si512(src + x) : _mm512_maskz_loadu_epi8(simd::firstLanes64(n), src + x);
+    __m512i q = _mm512_maddubs_epi16(px, c.ones);  // pair sums
+    if constexpr (kFloat) {
+        // Within each block's 8 pairs.
+        q = _mm512_mask_add_epi16(q, 0xFEFEFEFEu, q, _mm512_maskz_permutexvar_epi16(~1u, c.below, q));
+        q = _mm512_mask_add_epi16(q, 0xFCFCFCFCu, q, _mm512_alignr_epi32(q, zero, 15));
+        q = _mm512_mask_add_epi16(q, 0xF0F0F0F0u, q, _mm512_alignr_epi32(q, zero, 14));
+    } else {
+        q = _mm512_add_epi16(q, _mm512_maskz_permutexvar_epi16(~1u, c.below, q));
+        q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 15));
+        q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 14));
+        q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 12));
+        q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 8));
+    }
+    const __m512i even = _mm512_sub_epi16(q, _mm512_srli_epi16(px, 8));
+#pragma GCC unroll 4
+    for (int m = 0; m < 4; ++m) {
+        if (!Whole && 16 * m >= n) break;
+        const __m512i prefix = _mm512_maskz_permutex2var_epi16(kEvenWords, even, c.widen[m], q);
+        S* o = out + x + 16 * m + 1;
+        const S* a = above + x + 16 * m + 1;
+        const __mmask16 k = simd::firstLanes16(n - 16 * m);
+        simd::Vec<S> row;
+        if constexpr (kFloat) {
+            const __m512 f = _mm512_cvtepi32_ps(prefix);
+            const __m512 s = _mm512_add_ps(carry, f);
+            row = _mm512_add_ps(Whole ? simd::load(a) : simd::load(a, k), s);
+            carry = _mm512_add_ps(carry, _mm512_permutexvar_ps(_mm512_set1_epi32(15), f));  // = s[15]
+        } else {
+            row = _mm512_add_epi32(_mm512_add_epi32(Whole ? simd::load(a) : simd::load(a, k), prefix), carry);
+        }
+        if (Whole)
+            simd::store(o, row);
+        else
+            simd::store(o, row, k);
+    }
+    if constexpr (!kFloat)
+        carry = _mm512_add_epi32(carry, _mm512_maskz_permutexvar_epi16(kEvenWords, _mm512_set1_epi16(31), q));
+}
+
 // One row of an upright sum table of an 8u source: out[c] = above[c] +
 // s_{c-1} for c = 1 .. width (out[0] is the caller's).
 template <class S>
 void pairRow(const uint8_t* src, const S* above, S* out, int width) {
-    constexpr bool kFloat = std::is_same_v<S, float>;
-    const __m512i ones = _mm512_set1_epi8(1);
-    const __m512i below = _mm512_loadu_si512(kWordBelow.data());
-    const __m512i zero = _mm512_setzero_si512();
-    __m512i widen[4];
-    for (int m = 0; m < 4; ++m) widen[m] = _mm512_loadu_si512(kPairWiden[static_cast<size_t>(m)].data());
+    const PairConstants c;
     simd::Vec<S> carry = simd::splat(S(0));
-    // Pixels x .. x + n - 1 (n <= 64; fewer only at the row's end).
-    auto step = [&](int x, int n) [[gnu::always_inline]] {
-        const bool whole = n == 64;
-        const __m512i px =
-            whole ? _mm512_loadu_si512(src + x) : _mm512_maskz_loadu_epi8(simd::firstLanes64(n), src + x);
-        __m512i q = _mm512_maddubs_epi16(px, ones);  // pair sums
-        if constexpr (kFloat) {
-            // Within each block's 8 pairs.
-            q = _mm512_mask_add_epi16(q, 0xFEFEFEFEu, q, _mm512_maskz_permutexvar_epi16(~1u, below, q));
-            q = _mm512_mask_add_epi16(q, 0xFCFCFCFCu, q, _mm512_alignr_epi32(q, zero, 15));
-            q = _mm512_mask_add_epi16(q, 0xF0F0F0F0u, q, _mm512_alignr_epi32(q, zero, 14));
-        } else {
-            q = _mm512_add_epi16(q, _mm512_maskz_permutexvar_epi16(~1u, below, q));
-            q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 15));
-            q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 14));
-            q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 12));
-            q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 8));
-        }
-        const __m512i even = _mm512_sub_epi16(q, _mm512_srli_epi16(px, 8));
-        for (int m = 0; m < 4 && 16 * m < n; ++m) {
-            const __m512i prefix = _mm512_maskz_permutex2var_epi16(kEvenWords, even, widen[m], q);
-            S* o = out + x + 16 * m + 1;
-            const S* a = above + x + 16 * m + 1;
-            const __mmask16 k = simd::firstLanes16(n - 16 * m);
-            simd::Vec<S> row;
-            if constexpr (kFloat) {
-                const __m512 f = _mm512_cvtepi32_ps(prefix);
-                const __m512 s = _mm512_add_ps(carry, f);
-                row = _mm512_add_ps(whole ? simd::load(a) : simd::load(a, k), s);
-                carry = _mm512_add_ps(carry, _mm512_permutexvar_ps(_mm512_set1_epi32(15), f));  // = s[15]
-            } else {
-                row = _mm512_add_epi32(_mm512_add_epi32(whole ? simd::load(a) : simd::load(a, k), prefix), carry);
-            }
-            if (whole)
-                simd::store(o, row);
-            else
-                simd::store(o, row, k);
-        }
-        if constexpr (!kFloat)
-            carry = _mm512_add_epi32(carry, _mm512_maskz_permutexvar_epi16(kEvenWords, _mm512_set1_epi16(31), q));
-    };
     int x = 0;
-    for (; x + 64 <= width; x += 64) step(x, 64);
-    if (x < width) step(x, width - x);
+    for (; x + 64 <= width; x += 64) pairStep<S, true>(c, src, above, out, x, 64, carry);
+    if (x < width) pairStep<S, false>(c, src, above, out, x, width - x, carry);
 }
 
 // One row of an upright table (and its square companion): out[0] = val,
