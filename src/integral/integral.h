@@ -223,6 +223,15 @@ void pairRow(const uint8_t* src, const S* above, S* out, int width) {
     const PairConstants c;
     simd::Vec<S> carry = simd::splat(S(0));
     int x = 0;
+    if constexpr (std::is_same_v<S, int32_t>) {
+        // Wrapping sums may start their steps anywhere: the first step ends
+        // where the stores reach a 64-byte boundary.
+        const int head = static_cast<int>(simd::toBoundary<64>(out + 1));
+        if (head > 0 && head + 64 <= width) {
+            pairStep<S, false>(c, src, above, out, 0, head, carry);
+            x = head;
+        }
+    }
     for (; x + 64 <= width; x += 64) pairStep<S, true>(c, src, above, out, x, 64, carry);
     if (x < width) pairStep<S, false>(c, src, above, out, x, width - x, carry);
 }
