@@ -15,7 +15,7 @@
 namespace {
 
 struct Images {
-    cv::Mat src, acc;
+    cv::Mat src, acc, table;
     cv::Scalar mean, dev;
 };
 
@@ -43,6 +43,20 @@ void addInPlace(const cv::Mat& src, cv::Mat& acc) {
             _mm512_storeu_ps(a + x, _mm512_add_ps(_mm512_loadu_ps(a + x), zep::simd::loadAsFloat(s + x)));
         }
         for (; x < acc.cols; ++x) a[x] += static_cast<float>(s[x]);
+    }
+    benchmark::ClobberMemory();
+}
+
+// Each 8u pixel widened to 32 bits and stored at (y + 1, x + 1) of a table
+// laid out as an integral table: reads 1 byte and writes 4 bytes a pixel, as
+// an upright sum table must, with no prefix and no row above.
+void widenIntoTable(const cv::Mat& src, cv::Mat& table) {
+    for (int y = 0; y < src.rows; ++y) {
+        const uint8_t* s = src.ptr<uint8_t>(y);
+        int32_t* t = table.ptr<int32_t>(y + 1) + 1;
+        int x = 0;
+        for (; x + 16 <= src.cols; x += 16) _mm512_storeu_si512(t + x, zep::simd::loadAsInt32(s + x));
+        for (; x < src.cols; ++x) t[x] = s[x];
     }
     benchmark::ClobberMemory();
 }
@@ -75,6 +89,18 @@ void registerAll() {
     };
     inPlace("Floor_InPlaceAdd_8u32f", CV_8U, addInPlace<uint8_t>, 1);
     inPlace("Floor_InPlaceAdd_32f", CV_32F, addInPlace<float>, 4);
+    // The floor of the upright 8u sum tables against cv::integral.
+    zb::registerExport("Floor_WidenIntoTable_8u32s", [](int w, int h) {
+        auto img = std::make_shared<Images>();
+        img->src = zb::randomMat(h, w, CV_8U);
+        img->table = cv::Mat(h + 1, w + 1, CV_32S);
+        zb::Job job;
+        job.ours = [img] { widenIntoTable(img->src, img->table); };
+        job.peer = [img] { cv::integral(img->src, img->acc, CV_32S); };
+        job.bytesMoved = int64_t{w} * h * 5;
+        job.keep = img;
+        return job;
+    });
 }
 
 const zb::Registrar registrar(registerAll);

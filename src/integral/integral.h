@@ -7,9 +7,19 @@
 // rounds once per element in a 32f table) and by four doubling steps for 32f
 // sources; `blockPrefix` is that rule in scalar form, and the vector block
 // must agree with it bit for bit.
+//
+// Sum tables of 8u sources (without squares) take 64 pixels a step: a
+// multiply-add of byte pairs gives the 32 pair sums in 16-bit lanes, their
+// prefix is formed by doubling steps there (over all 32 pairs for 32s tables,
+// which wrap and so may sum in any order; within each block's 8 pairs for 32f
+// tables, whose carry is rounded per block), the prefix at an even pixel is
+// the one at its pair less the pair's odd pixel, and one permutation per block
+// interleaves the two and widens them to 32 bits. Every partial sum is an
+// exact integer below 2^16 until the carry is added.
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <type_traits>
 
@@ -131,10 +141,110 @@ inline __m512 prefix16(__m512 v) {
 inline __m512i lastLane(__m512i v) { return _mm512_permutexvar_epi32(_mm512_set1_epi32(15), v); }
 inline __m512 lastLane(__m512 v) { return _mm512_permutexvar_ps(_mm512_set1_epi32(15), v); }
 
+// Word lanes of the pair kernel. kPairWiden[m]: 32-bit lane L of block m
+// takes word 8m + L/2 of the even-pixel prefixes (L even) or of the pair
+// prefixes (L odd, the permutation's second table); odd words are zeroed by
+// the permutation's mask. kWordBelow: word i takes word i - 1.
+inline constexpr auto kPairWiden = [] {
+    std::array<std::array<int16_t, 32>, 4> t{};
+    for (int m = 0; m < 4; ++m)
+        for (int lane = 0; lane < 16; ++lane)
+            t[static_cast<size_t>(m)][static_cast<size_t>(2 * lane)] =
+                static_cast<int16_t>((lane & 1) * 32 + 8 * m + lane / 2);
+    return t;
+}();
+inline constexpr auto kWordBelow = [] {
+    std::array<int16_t, 32> t{};
+    for (int i = 1; i < 32; ++i) t[static_cast<size_t>(i)] = static_cast<int16_t>(i - 1);
+    return t;
+}();
+constexpr __mmask32 kEvenWords = 0x55555555u;
+
+// The pair kernel's constant vectors.
+struct PairConstants {
+    __m512i ones = _mm512_set1_epi8(1);
+    __m512i below = _mm512_loadu_si512(kWordBelow.data());
+    __m512i widen[4] = {_mm512_loadu_si512(kPairWiden[0].data()), _mm512_loadu_si512(kPairWiden[1].data()),
+                        _mm512_loadu_si512(kPairWiden[2].data()), _mm512_loadu_si512(kPairWiden[3].data())};
+};
+
+// Table elements x + 1 .. x + n of a row of an upright sum table of an 8u
+// source (n <= 64; n == 64 when Whole), from the running sum `carry` before
+// pixel x, which it advances.
+template <class S, bool Whole>
+[[gnu::always_inline]] inline void pairStep(const PairConstants& c, const uint8_t* src, const S* above, S* out, int x,
+                                            int n, simd::Vec<S>& carry) {
+    constexpr bool kFloat = std::is_same_v<S, float>;
+    const __m512i zero = _mm512_setzero_si512();
+    const __m512i px = Whole ? _mm512_loadu_si512(src + x) : _mm512_maskz_loadu_epi8(simd::firstLanes64(n), src + x);
+    __m512i q = _mm512_maddubs_epi16(px, c.ones);  // pair sums
+    if constexpr (kFloat) {
+        // Within each block's 8 pairs.
+        q = _mm512_mask_add_epi16(q, 0xFEFEFEFEu, q, _mm512_maskz_permutexvar_epi16(~1u, c.below, q));
+        q = _mm512_mask_add_epi16(q, 0xFCFCFCFCu, q, _mm512_alignr_epi32(q, zero, 15));
+        q = _mm512_mask_add_epi16(q, 0xF0F0F0F0u, q, _mm512_alignr_epi32(q, zero, 14));
+    } else {
+        q = _mm512_add_epi16(q, _mm512_maskz_permutexvar_epi16(~1u, c.below, q));
+        q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 15));
+        q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 14));
+        q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 12));
+        q = _mm512_add_epi16(q, _mm512_alignr_epi32(q, zero, 8));
+    }
+    const __m512i even = _mm512_sub_epi16(q, _mm512_srli_epi16(px, 8));
+#pragma GCC unroll 4
+    for (int m = 0; m < 4; ++m) {
+        if (!Whole && 16 * m >= n) break;
+        const __m512i prefix = _mm512_maskz_permutex2var_epi16(kEvenWords, even, c.widen[m], q);
+        S* o = out + x + 16 * m + 1;
+        const S* a = above + x + 16 * m + 1;
+        const __mmask16 k = simd::firstLanes16(n - 16 * m);
+        simd::Vec<S> row;
+        if constexpr (kFloat) {
+            const __m512 f = _mm512_cvtepi32_ps(prefix);
+            const __m512 s = _mm512_add_ps(carry, f);
+            row = _mm512_add_ps(Whole ? simd::load(a) : simd::load(a, k), s);
+            carry = _mm512_add_ps(carry, _mm512_permutexvar_ps(_mm512_set1_epi32(15), f));  // = s[15]
+        } else {
+            row = _mm512_add_epi32(_mm512_add_epi32(Whole ? simd::load(a) : simd::load(a, k), prefix), carry);
+        }
+        if (Whole)
+            simd::store(o, row);
+        else
+            simd::store(o, row, k);
+    }
+    if constexpr (!kFloat)
+        carry = _mm512_add_epi32(carry, _mm512_maskz_permutexvar_epi16(kEvenWords, _mm512_set1_epi16(31), q));
+}
+
+// One row of an upright sum table of an 8u source: out[c] = above[c] +
+// s_{c-1} for c = 1 .. width (out[0] is the caller's).
+template <class S>
+void pairRow(const uint8_t* src, const S* above, S* out, int width) {
+    const PairConstants c;
+    simd::Vec<S> carry = simd::splat(S(0));
+    int x = 0;
+    if constexpr (std::is_same_v<S, int32_t>) {
+        // Wrapping sums may start their steps anywhere: the first step ends
+        // where the stores reach a 64-byte boundary.
+        const int head = static_cast<int>(simd::toBoundary<64>(out + 1));
+        if (head > 0 && head + 64 <= width) {
+            pairStep<S, false>(c, src, above, out, 0, head, carry);
+            x = head;
+        }
+    }
+    for (; x + 64 <= width; x += 64) pairStep<S, true>(c, src, above, out, x, 64, carry);
+    if (x < width) pairStep<S, false>(c, src, above, out, x, width - x, carry);
+}
+
 // One row of an upright table (and its square companion): out[0] = val,
 // out[c] = above[c] + s_{c-1}.
 template <Path P, class Src, class S, class Q>
 void uprightRow(const Src* src, const S* above, S* out, const Q* aboveQ, Q* outQ, int width, S val, Q valQ) {
+    if constexpr (P == Path::vector && std::is_same_v<Src, uint8_t> && isNone<Q>) {
+        out[0] = val;
+        pairRow<S>(src, above, out, width);
+        return;
+    }
     out[0] = val;
     if constexpr (!isNone<Q>) outQ[0] = valQ;
     S carry = S(0);
