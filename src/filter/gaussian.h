@@ -160,6 +160,10 @@ void gaussianRun(const Src* src, int64_t srcStep, Src* dst, int64_t dstStep, int
     forEachBand(H, lay.strip, [&](int64_t y0, int64_t nb) {
         for (; next <= y0 + nb - 1 + r; ++next) {
             const Src* row = srcRow(next);
+            if (next + 1 < H) {  // the next source row, while this one is filtered
+                const char* ahead = reinterpret_cast<const char*>(srcRow(next + 1));
+                for (int64_t b = 0; b < E * int64_t(sizeof(Src)); b += 64) _mm_prefetch(ahead + b, _MM_HINT_T0);
+            }
             const bool synthetic = reinterpret_cast<const uint8_t*>(row) == lay.constRow;
             const RowPass<Src, Tap> pass{
                 row, 0, ImageSize{int32_t(W), 1}, taps, k, r, synthetic ? constBorder : border, value, divisor};
