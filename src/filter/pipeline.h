@@ -203,12 +203,12 @@ constexpr int kMaxPairTaps = 32;
 struct PairPlan {
     bool ok = false;
     int shift = 0;
-    bool negate = false;      // divisor < 0: the taps are negated instead of the quotient
-    bool offset = false;      // 16u values enter as v - 32768
-    bool symmetric = false;   // taps[j] == taps[k-1-j] and two values add without wrapping
-    bool floatRound = false;  // every sum below 2^24: rounded through single precision
-    bool magic = false;       // and rounded by adding 1.5 * 2^(23+s), every quotient inside Dst (planMagic)
-    int32_t q = 0;            // with the offset: sum = sum' + q * 2^shift
+    bool negate = false;               // divisor < 0: the taps are negated instead of the quotient
+    bool offset = false;               // 16u values enter as v - 32768
+    bool symmetric = false;            // taps[j] == taps[k-1-j] and two values add without wrapping
+    bool floatRound = false;           // every sum below 2^24: rounded through single precision
+    bool magic = false;                // and rounded by adding 1.5 * 2^(23+s), every quotient inside Dst (planMagic)
+    int32_t q = 0;                     // with the offset: sum = sum' + q * 2^shift
     int64_t tapsDown = 0, tapsUp = 0;  // the sums of the negative and of the positive taps (negated for divisor < 0)
 
     // How the sums are rounded: 0 in integers, 1 through single precision, 2 by the magic number.
@@ -467,9 +467,12 @@ template <class F>
 inline void withPairForms(const PairPlan& plan, F f) {
     auto round = [&]<bool Sym>() {
         switch (plan.rounding()) {
-            case 2: return f.template operator()<Sym, 2>();
-            case 1: return f.template operator()<Sym, 1>();
-            default: return f.template operator()<Sym, 0>();
+            case 2:
+                return f.template operator()<Sym, 2>();
+            case 1:
+                return f.template operator()<Sym, 1>();
+            default:
+                return f.template operator()<Sym, 0>();
         }
     };
     if (plan.symmetric)
@@ -481,9 +484,12 @@ inline void withPairForms(const PairPlan& plan, F f) {
 template <class F>
 inline void withRounding(const PairPlan& plan, F f) {
     switch (plan.rounding()) {
-        case 2: return f.template operator()<2>();
-        case 1: return f.template operator()<1>();
-        default: return f.template operator()<0>();
+        case 2:
+            return f.template operator()<2>();
+        case 1:
+            return f.template operator()<1>();
+        default:
+            return f.template operator()<0>();
     }
 }
 
@@ -805,8 +811,8 @@ bool rowPassWidened(const RowPass<uint8_t, int16_t>& p, int16_t* ext, int16_t* o
     for (int64_t i = -a; i < 0; ++i) ext[i + a] = extended<uint8_t, 1>(p.src, i, 0, W, p.border, p.value);
     int64_t x = 0;
     for (; x + 32 <= W; x += 32)  // (whole blocks unmasked: masked stores are slow on some processors)
-        _mm512_storeu_si512(ext + a + x, _mm512_cvtepu8_epi16(_mm256_loadu_si256(
-                                             reinterpret_cast<const __m256i*>(p.src + x))));
+        _mm512_storeu_si512(ext + a + x,
+                            _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p.src + x))));
     if (x < W) {
         const __mmask32 m = simd::firstLanes32(int(W - x));
         simd::store(ext + a + x, simd::loadAsInt16(p.src + x, m), m);
