@@ -574,6 +574,27 @@ inline void edgeSpan(const RowPass<Src, Tap>& p, const Src* row, Dst* out, int64
     }
 }
 
+// Elements [e0, e1) of a row, for the paired row passes' heads and tails:
+// the extended pixels of their window are synthesised once each, as in
+// edgeSpan, and the vector block(base, out, m) computes up to 32 elements at
+// a time from them (the value of tap j of element i of the block at
+// base[i + j * Ch]; lanes of m), as it does the interior. Windows too wide
+// for the stack go by the definition.
+template <class Src, class Dst, class Tap, int Ch, class Block>
+[[gnu::always_inline]] inline void edgeSpanBlocks(const RowPass<Src, Tap>& p, const Src* row, Dst* out, int64_t e0,
+                                                  int64_t e1, Block&& block) {
+    constexpr int64_t kWindow = 256;  // elements
+    if (e0 >= e1) return;
+    const int64_t x0 = e0 / Ch, n = (e1 - 1) / Ch - x0 + p.k;  // the window's first pixel is x0 - anchor
+    if (n * Ch > kWindow) return edgeSpan<Src, Dst, Tap, Ch>(p, row, out, e0, e1);
+    Src w[kWindow];
+    for (int64_t i = 0; i < n; ++i)
+        for (int c = 0; c < Ch; ++c)
+            w[i * Ch + c] = extended<Src, Ch>(row, x0 - p.anchor + i, c, p.roi.width, p.border, p.value);
+    for (int64_t e = e0; e < e1; e += 32)
+        block(w + (e - x0 * Ch), out + e, simd::firstLanes32(e1 - e < 32 ? int(e1 - e) : 32));
+}
+
 // The integer row pass in paired 16-bit products (the plan holds).
 template <int K, class Src, class Dst, class Tap, int Ch>
 void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& plan) {
@@ -591,14 +612,18 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
                 const PairConstants cl = c;  // (locals stay in registers across the stores)
                 __m512i tl[kMaxPairTaps / 2];
                 for (int i = 0; i < (K > 0 ? (K + 1) / 2 : (k + 1) / 2); ++i) tl[i] = tp[i];
+                auto edge = [&](const Src* base, Dst* o, __mmask32 m) {
+                    pairBlock<K, false, FR>(
+                        cl, tl, k, [&](int j) { return base + j; }, o, m);
+                };
                 for (int y = 0; y < p.roi.height; ++y) {
                     const Src* row =
                         reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
                     Dst* out = dst[y];
                     const int64_t head = lo < E ? lo : E;
-                    edgeSpan<Src, Dst, Tap, Ch>(p, row, out, 0, head);
+                    edgeSpanBlocks<Src, Dst, Tap, Ch>(p, row, out, 0, head, edge);
                     if (lo < hi) adjacentSpan<K, FR>(cl, tl, k, row + lo - back, out + lo, hi - lo);
-                    edgeSpan<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E);
+                    edgeSpanBlocks<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E, edge);
                 }
             });
             return;
@@ -608,11 +633,15 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
         const PairConstants cl = c;  // (locals stay in registers across the stores)
         __m512i tl[kMaxPairTaps / 2];
         for (int i = 0; i < (K > 0 ? (K + 1) / 2 : (k + 1) / 2); ++i) tl[i] = tp[i];
+        auto edge = [&](const Src* base, Dst* o, __mmask32 m) {
+            pairBlock<K, Sym, FR>(
+                cl, tl, k, [&](int j) { return base + j * Ch; }, o, m);
+        };
         for (int y = 0; y < p.roi.height; ++y) {
             const Src* row = reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
             Dst* out = dst[y];
             const int64_t head = lo < E ? lo : E;
-            edgeSpan<Src, Dst, Tap, Ch>(p, row, out, 0, head);
+            edgeSpanBlocks<Src, Dst, Tap, Ch>(p, row, out, 0, head, edge);
             int64_t e = lo;
             for (; e + 32 <= hi; e += 32) {
                 const Src* base = row + e - back;
@@ -624,7 +653,7 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
                 pairBlock<K, Sym, FR>(
                     cl, tl, k, [&](int j) { return base + j * Ch; }, out + e, simd::firstLanes32(int(hi - e)));
             }
-            edgeSpan<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E);
+            edgeSpanBlocks<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E, edge);
         }
     });
 }
