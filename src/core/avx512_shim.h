@@ -161,6 +161,20 @@ template <int R>
 inline __m512i cvt_roundps_epi32(__m512 a) {
     return byHalves<__m512i, __m256>(a, [](__m256 h) { return _mm256_cvtps_epi32(roundTo<R>(h)); });
 }
+// A sum under an explicit rounding: the current one is set for the two
+// additions of the halves and restored.
+template <int R>
+inline __m512 add_round_ps(__m512 a, __m512 b) {
+    if constexpr ((R & _MM_FROUND_CUR_DIRECTION) != 0)
+        return join<__m512>(_mm256_add_ps(half<__m256>(a, 0), half<__m256>(b, 0)),
+                            _mm256_add_ps(half<__m256>(a, 1), half<__m256>(b, 1)));
+    const unsigned saved = _mm_getcsr();
+    _mm_setcsr((saved & ~0x6000u) | (unsigned(R & 3) << 13));
+    const __m256 lo = _mm256_add_ps(half<__m256>(a, 0), half<__m256>(b, 0));
+    const __m256 hi = _mm256_add_ps(half<__m256>(a, 1), half<__m256>(b, 1));
+    _mm_setcsr(saved);
+    return join<__m512>(lo, hi);
+}
 template <int R>
 inline int cvt_roundss_si32(__m128 a) {
     if constexpr ((R & _MM_FROUND_CUR_DIRECTION) != 0)
@@ -316,6 +330,7 @@ inline __m128 max4(__m128 a, __m128 b) { return _mm_max_ps(a, b); }
 #define _mm512_cvttps_epi32(a) zep::emu::cvttps_epi32(a)
 #define _mm512_cvtpd_epi32(a) zep::emu::cvtpd_epi32(a)
 #define _mm512_cvt_roundps_epi32(a, r) zep::emu::cvt_roundps_epi32<(r)>(a)
+#define _mm512_add_round_ps(a, b, r) zep::emu::add_round_ps<(r)>((a), (b))
 #define _mm512_mask_cvt_roundps_epi32(s, k, a, r) \
     zep::emu::blend((k), __m512i(s), zep::emu::cvt_roundps_epi32<(r)>(a))
 #define _mm_cvt_roundss_si32(a, r) zep::emu::cvt_roundss_si32<(r)>(a)

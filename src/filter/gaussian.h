@@ -4,9 +4,11 @@
 // the destination.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 #include "core/band.h"
 #include "core/buffer.h"
@@ -136,25 +138,38 @@ void gaussianRun(const Src* src, int64_t srcStep, Src* dst, int64_t dstStep, int
     Border constBorder = border;  // the border-value rows are constant beyond their ends as well
     constBorder.inMemLeft = constBorder.inMemRight = false;
     auto ringRow = [&](int64_t i) { return lay.ring + ((i + r) % lay.ringRows) * lay.ringStep; };
-    // The row pass of 8u rows gives |value| <= sum|tap| * 255 / |divisor| + 1
-    // (rounded to nearest), which lets the column pass prove it computes exactly.
+    // The row pass of 8u rows gives values from round(down * 255 / divisor) to
+    // round(up * 255 / divisor) (down and up: the sums of the negative and of
+    // the positive taps, swapped for a negative divisor), saturated: bounds
+    // that let the column pass prove it computes exactly and needs no
+    // saturation of its own.
     int32_t bound = 32768;
+    bool nonNegative = false;
+    PairPlan widened{};
     if constexpr (std::is_same_v<Src, uint8_t>) {
-        int64_t sumAbs = 0;
-        for (int j = 0; j < k; ++j) sumAbs += std::llabs(int64_t{taps[j]});
-        const int64_t b = sumAbs * 255 / std::llabs(int64_t{divisor}) + 1;
-        bound = b < 32768 ? int32_t(b) : 32768;
+        int64_t down = 0, up = 0;
+        for (int j = 0; j < k; ++j) (taps[j] < 0 ? down : up) += taps[j];
+        if (divisor < 0) std::swap(down, up);
+        const int64_t least = saturate<int16_t>(roundDivEven(down * 255, divisor));
+        const int64_t most = saturate<int16_t>(roundDivEven(up * 255, divisor));
+        bound = int32_t(std::max(-least, most));
+        nonNegative = least >= 0;
+        if constexpr (Ch == 1 && P == Path::vector) widened = widenedPlan(taps, k, divisor);
     }
     int64_t next = -r;  // the next intermediate row to compute
     forEachBand(H, lay.strip, [&](int64_t y0, int64_t nb) {
         for (; next <= y0 + nb - 1 + r; ++next) {
             const Src* row = srcRow(next);
+            if (next + 1 < H) {  // the next source row, while this one is filtered
+                const char* ahead = reinterpret_cast<const char*>(srcRow(next + 1));
+                for (int64_t b = 0; b < E * int64_t(sizeof(Src)); b += 64) _mm_prefetch(ahead + b, _MM_HINT_T0);
+            }
             const bool synthetic = reinterpret_cast<const uint8_t*>(row) == lay.constRow;
             const RowPass<Src, Tap> pass{
                 row, 0, ImageSize{int32_t(W), 1}, taps, k, r, synthetic ? constBorder : border, value, divisor};
             Inter* out = reinterpret_cast<Inter*>(ringRow(next));
             if constexpr (P == Path::vector && std::is_same_v<Src, uint8_t> && Ch == 1) {
-                if (lay.widened && rowPassWidened(pass, lay.widened, out)) continue;
+                if (lay.widened && rowPassWidened(pass, lay.widened, out, widened)) continue;
             }
             rowPass<P, Src, Inter, Tap, Ch>(pass, &out);
             if constexpr (!std::is_same_v<Ring, Inter>) widenRowInPlace(out, E);
@@ -162,7 +177,7 @@ void gaussianRun(const Src* src, int64_t srcStep, Src* dst, int64_t dstStep, int
         const Ring** ptrs = reinterpret_cast<const Ring**>(lay.rowPointers);
         for (int64_t j = 0; j < nb + k - 1; ++j) ptrs[j] = reinterpret_cast<const Ring*>(ringRow(y0 - r + j));
         Src* out = reinterpret_cast<Src*>(reinterpret_cast<char*>(dst) + y0 * dstStep);
-        const ColumnPass<Ring, Tap> pass{ptrs, dstStep, E, nb, taps, k, divisor, bound, lay.store};
+        const ColumnPass<Ring, Tap> pass{ptrs, dstStep, E, nb, taps, k, divisor, bound, nonNegative, lay.store};
         columnPass<P, Ring, Src, Tap>(pass, out);
     });
     finishStores(lay.store);

@@ -29,6 +29,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <type_traits>
 
@@ -202,11 +203,16 @@ constexpr int kMaxPairTaps = 32;
 struct PairPlan {
     bool ok = false;
     int shift = 0;
-    bool negate = false;      // divisor < 0: the taps are negated instead of the quotient
-    bool offset = false;      // 16u values enter as v - 32768
-    bool symmetric = false;   // taps[j] == taps[k-1-j] and two values add without wrapping
-    bool floatRound = false;  // every sum below 2^24: rounded through single precision
-    int32_t q = 0;            // with the offset: sum = sum' + q * 2^shift
+    bool negate = false;               // divisor < 0: the taps are negated instead of the quotient
+    bool offset = false;               // 16u values enter as v - 32768
+    bool symmetric = false;            // taps[j] == taps[k-1-j] and two values add without wrapping
+    bool floatRound = false;           // every sum below 2^24: rounded through single precision
+    bool magic = false;                // and rounded by adding 1.5 * 2^(23+s), every quotient inside Dst (planMagic)
+    int32_t q = 0;                     // with the offset: sum = sum' + q * 2^shift
+    int64_t tapsDown = 0, tapsUp = 0;  // the sums of the negative and of the positive taps (negated for divisor < 0)
+
+    // How the sums are rounded: 0 in integers, 1 through single precision, 2 by the magic number.
+    int rounding() const { return magic ? 2 : floatRound ? 1 : 0; }
 };
 
 // valueBound: the largest magnitude of a value as it enters the products.
@@ -217,6 +223,13 @@ struct PairPlan {
 //    is round-half-to-even of v / 2^s: three instructions instead of five.
 //  - A negative divisor: round(-x) = -round(x) with ties to even, so the taps
 //    are negated (none may be -32768) and the divisor taken as |divisor|.
+//  - Sums below 2^24 with s >= 2: M + v, M = 1.5 * 2^(23+s), lies inside
+//    [2^(23+s), 2^(24+s)) where floats are 2^s apart, so adding v to M in
+//    single precision (rounding to nearest even) gives M + round(v / 2^s) *
+//    2^s, whose bit pattern is that of M plus the rounded quotient. M's low
+//    sixteen bits are zero, so where the quotients provably lie inside Dst
+//    (planMagic) the low 16 (or 8) bits of each lane are the result, and a
+//    permute gathers them: two instructions a lane instead of five.
 template <class Src, class Tap>
 PairPlan planPairs(const Tap* taps, int k, int64_t divisor, int64_t valueBound) {
     PairPlan plan;
@@ -230,6 +243,8 @@ PairPlan planPairs(const Tap* taps, int k, int64_t divisor, int64_t valueBound) 
         symmetric &= t == int64_t{taps[k - 1 - j]};
         sumAbs += t < 0 ? -t : t;
         sum += t;
+        const int64_t entered = divisor < 0 ? -t : t;
+        (entered < 0 ? plan.tapsDown : plan.tapsUp) += entered;
     }
     const uint64_t ad = divisor < 0 ? uint64_t(-divisor) : uint64_t(divisor);
     if (ad == 0 || (ad & (ad - 1)) != 0 || ad > (uint64_t{1} << 30)) return plan;
@@ -250,16 +265,38 @@ PairPlan planPairs(const Tap* taps, int k, int64_t divisor, int64_t valueBound) 
     return plan;
 }
 
+// Rounds a single-precision plan by the magic number where every quotient
+// lies inside Dst's range for values in [lo, hi] (lo <= hi), so that no
+// saturation is needed.
+template <class Dst>
+inline void planMagic(PairPlan& plan, int64_t lo, int64_t hi) {
+    if (!plan.ok || !plan.floatRound || plan.offset || plan.shift < 2) return;
+    const int64_t d = int64_t{1} << plan.shift;
+    const int64_t least = plan.tapsUp * lo + plan.tapsDown * hi, most = plan.tapsUp * hi + plan.tapsDown * lo;
+    plan.magic = roundDivEven(least, d) >= lowest<Dst>() && roundDivEven(most, d) <= highest<Dst>();
+}
+
 struct PairConstants {
     __m128i count;
     __m512i bias, one, q;
     __m512 scale;  // 2^-s
+    __m512 magic;  // 1.5 * 2^(23+s)
 };
 
 inline PairConstants pairConstants(const PairPlan& plan) {
     const int s = plan.shift;
-    return {_mm_cvtsi32_si128(s), _mm512_set1_epi32(s > 0 ? (1 << (s - 1)) - 1 : 0), _mm512_set1_epi32(s > 0 ? 1 : 0),
-            _mm512_set1_epi32(plan.q), _mm512_set1_ps(std::ldexp(1.0f, -s))};
+    auto power = [](int e) {  // 2^e as a float, from its bits (-126 <= e <= 127)
+        const uint32_t b = uint32_t(127 + e) << 23;
+        float f;
+        std::memcpy(&f, &b, 4);
+        return f;
+    };
+    return {_mm_cvtsi32_si128(s),
+            _mm512_set1_epi32(s > 0 ? (1 << (s - 1)) - 1 : 0),
+            _mm512_set1_epi32(s > 0 ? 1 : 0),
+            _mm512_set1_epi32(plan.q),
+            _mm512_set1_ps(power(-s)),
+            _mm512_set1_ps(s <= 30 ? 1.5f * power(23 + s) : 0.0f)};
 }
 
 // The tap pairs (t_2i, t_2i+1) as 32-bit lane patterns, negated for a negative
@@ -288,10 +325,14 @@ inline __m512i pairValues(const Src* p, __mmask32 m) {
         return v;
 }
 
-// Round-half-to-even of the 32-bit sums by 2^s (with the offset's Q).
-template <bool FloatRound, bool Offset>
+// Round-half-to-even of the 32-bit sums by 2^s (with the offset's Q); by the
+// magic number (R 2), the result in the low bits of each lane.
+template <int R, bool Offset>
 inline __m512i pairRound(const PairConstants& c, __m512i v) {
-    if constexpr (FloatRound) {
+    if constexpr (R == 2) {
+        const __m512 f = _mm512_mask_cvtepi32_ps(_mm512_setzero_ps(), 0xFFFF, v);
+        return _mm512_castps_si512(_mm512_add_round_ps(f, c.magic, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+    } else if constexpr (R == 1) {
         // (explicit pass-through operands: GCC's "undefined" ones warn in debug builds)
         const __m512 f = _mm512_mul_ps(_mm512_mask_cvtepi32_ps(_mm512_setzero_ps(), 0xFFFF, v), c.scale);
         return _mm512_mask_cvt_roundps_epi32(_mm512_setzero_si512(), 0xFFFF, f,
@@ -306,10 +347,34 @@ inline __m512i pairRound(const PairConstants& c, __m512i v) {
     }
 }
 
+// Thirty-two results of the magic rounding as elements of Dst (their low
+// 16 or 8 bits): word i of the result is word idx[i] of a (idx < 32) or of b.
+template <class Dst>
+[[gnu::always_inline]] inline auto magicPack(__m512i a, __m512i b, __m512i idx) {
+    const __m512i words = _mm512_permutex2var_epi16(a, idx, b);
+    if constexpr (sizeof(Dst) == 2)
+        return words;
+    else
+        return _mm512_cvtepi16_epi8(words);
+}
+// The word indices that put back in order the low words of lanes laid out as
+// packSaturated's lo and hi (four of each in every 128-bit lane) ...
+inline __m512i magicOrderPacked() {
+    alignas(64) int16_t idx[32];
+    for (int n = 0; n < 32; ++n) idx[n] = int16_t((n % 8 < 4 ? 0 : 32) + 2 * (4 * (n / 8) + n % 4));
+    return _mm512_load_si512(idx);
+}
+// ... and those of the even and the odd outputs.
+inline __m512i magicOrderEvenOdd() {
+    alignas(64) int16_t idx[32];
+    for (int n = 0; n < 32; ++n) idx[n] = int16_t(n % 2 == 0 ? n : 32 + n - 1);
+    return _mm512_load_si512(idx);
+}
+
 // One block of up to 32 outputs (lanes of m): at(j) points to the values of
 // tap j. Symmetric plans first add the values of taps j and k-1-j. A whole
 // block on its boundary may be written with a streaming store (stream).
-template <int K, bool Sym, bool FloatRound, class Dst, class At>
+template <int K, bool Sym, int R, class Dst, class At>
 [[gnu::always_inline]] inline void pairBlock(const PairConstants& c, const __m512i* tp, int k, At at, Dst* out,
                                              __mmask32 m, bool stream = false) {
     using Src = std::remove_cv_t<std::remove_pointer_t<decltype(at(0))>>;
@@ -334,8 +399,13 @@ template <int K, bool Sym, bool FloatRound, class Dst, class At>
         lo = _mm512_add_epi32(lo, _mm512_madd_epi16(_mm512_unpacklo_epi16(a, z), tp[j >> 1]));
         hi = _mm512_add_epi32(hi, _mm512_madd_epi16(_mm512_unpackhi_epi16(a, z), tp[j >> 1]));
     }
-    const auto packed =
-        simd::packSaturated<Dst>(pairRound<FloatRound, offset>(c, lo), pairRound<FloatRound, offset>(c, hi));
+    auto pack = [&] {
+        if constexpr (R == 2)
+            return magicPack<Dst>(pairRound<R, offset>(c, lo), pairRound<R, offset>(c, hi), magicOrderPacked());
+        else
+            return simd::packSaturated<Dst>(pairRound<R, offset>(c, lo), pairRound<R, offset>(c, hi));
+    };
+    const auto packed = pack();
     if (stream)
         simd::stream(out, packed);
     else
@@ -352,7 +422,7 @@ template <int K, bool Sym, bool FloatRound, class Dst, class At>
 // Full blocks (N = 32, every offset's lanes inside the row) pass N as a
 // template argument, so that with a fixed K the masks are constants and the
 // tap loop unrolls.
-template <int K, bool FloatRound, int N = 0, class Src, class Dst>
+template <int K, int R, int N = 0, class Src, class Dst>
 inline void adjacentBlock(const PairConstants& c, const __m512i* tp, int k, const Src* base, Dst* out, int n) {
     constexpr bool offset = std::is_same_v<Src, uint16_t>;
     if constexpr (N > 0) n = N;
@@ -369,8 +439,12 @@ inline void adjacentBlock(const PairConstants& c, const __m512i* tp, int k, cons
         even = _mm512_add_epi32(even, _mm512_madd_epi16(load(j), tp[j >> 1]));
         odd = _mm512_add_epi32(odd, _mm512_madd_epi16(load(j + 1), tp[j >> 1]));
     }
-    even = pairRound<FloatRound, offset>(c, even);
-    odd = pairRound<FloatRound, offset>(c, odd);
+    even = pairRound<R, offset>(c, even);
+    odd = pairRound<R, offset>(c, odd);
+    if constexpr (R == 2) {
+        simd::storePacked(out, magicPack<Dst>(even, odd, magicOrderEvenOdd()), simd::firstLanes32(n));
+        return;
+    }
     // packs gives, in each 128-bit lane, four even then four odd outputs.
     const __m512i packed =
         std::is_same_v<Dst, uint16_t> ? _mm512_packus_epi32(even, odd) : _mm512_packs_epi32(even, odd);
@@ -381,26 +455,41 @@ inline void adjacentBlock(const PairConstants& c, const __m512i* tp, int k, cons
 
 // Outputs [0, n) of single-channel 16-bit values at `values` (the value of
 // tap j for output x at values[x + j]): full blocks of 32, then one masked.
-template <int K, bool FloatRound, class Src, class Dst>
+template <int K, int R, class Src, class Dst>
 inline void adjacentSpan(const PairConstants& c, const __m512i* tp, int k, const Src* values, Dst* out, int64_t n) {
     int64_t x = 0;
-    for (; x + 32 <= n; x += 32) adjacentBlock<K, FloatRound, 32>(c, tp, k, values + x, out + x, 32);
-    if (x < n) adjacentBlock<K, FloatRound>(c, tp, k, values + x, out + x, int(n - x));
+    for (; x + 32 <= n; x += 32) adjacentBlock<K, R, 32>(c, tp, k, values + x, out + x, 32);
+    if (x < n) adjacentBlock<K, R>(c, tp, k, values + x, out + x, int(n - x));
 }
 
 // Calls f with the compile-time forms of a plan.
 template <class F>
 inline void withPairForms(const PairPlan& plan, F f) {
-    if (plan.symmetric) {
-        if (plan.floatRound)
-            f.template operator()<true, true>();
-        else
-            f.template operator()<true, false>();
-    } else {
-        if (plan.floatRound)
-            f.template operator()<false, true>();
-        else
-            f.template operator()<false, false>();
+    auto round = [&]<bool Sym>() {
+        switch (plan.rounding()) {
+            case 2:
+                return f.template operator()<Sym, 2>();
+            case 1:
+                return f.template operator()<Sym, 1>();
+            default:
+                return f.template operator()<Sym, 0>();
+        }
+    };
+    if (plan.symmetric)
+        round.template operator()<true>();
+    else
+        round.template operator()<false>();
+}
+// The same for the rounding alone.
+template <class F>
+inline void withRounding(const PairPlan& plan, F f) {
+    switch (plan.rounding()) {
+        case 2:
+            return f.template operator()<2>();
+        case 1:
+            return f.template operator()<1>();
+        default:
+            return f.template operator()<0>();
     }
 }
 
@@ -485,6 +574,27 @@ inline void edgeSpan(const RowPass<Src, Tap>& p, const Src* row, Dst* out, int64
     }
 }
 
+// Elements [e0, e1) of a row, for the paired row passes' heads and tails:
+// the extended pixels of their window are synthesised once each, as in
+// edgeSpan, and the vector block(base, out, m) computes up to 32 elements at
+// a time from them (the value of tap j of element i of the block at
+// base[i + j * Ch]; lanes of m), as it does the interior. Windows too wide
+// for the stack go by the definition.
+template <class Src, class Dst, class Tap, int Ch, class Block>
+[[gnu::always_inline]] inline void edgeSpanBlocks(const RowPass<Src, Tap>& p, const Src* row, Dst* out, int64_t e0,
+                                                  int64_t e1, Block&& block) {
+    constexpr int64_t kWindow = 256;  // elements
+    if (e0 >= e1) return;
+    const int64_t x0 = e0 / Ch, n = (e1 - 1) / Ch - x0 + p.k;  // the window's first pixel is x0 - anchor
+    if (n * Ch > kWindow) return edgeSpan<Src, Dst, Tap, Ch>(p, row, out, e0, e1);
+    Src w[kWindow];
+    for (int64_t i = 0; i < n; ++i)
+        for (int c = 0; c < Ch; ++c)
+            w[i * Ch + c] = extended<Src, Ch>(row, x0 - p.anchor + i, c, p.roi.width, p.border, p.value);
+    for (int64_t e = e0; e < e1; e += 32)
+        block(w + (e - x0 * Ch), out + e, simd::firstLanes32(e1 - e < 32 ? int(e1 - e) : 32));
+}
+
 // The integer row pass in paired 16-bit products (the plan holds).
 template <int K, class Src, class Dst, class Tap, int Ch>
 void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& plan) {
@@ -498,36 +608,40 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
     const int64_t back = int64_t{p.anchor} * Ch;
     if constexpr (Ch == 1 && sizeof(Src) == 2) {
         if (!plan.symmetric) {
-            auto run = [&]<bool FR>() {
+            withRounding(plan, [&]<int FR>() {
                 const PairConstants cl = c;  // (locals stay in registers across the stores)
                 __m512i tl[kMaxPairTaps / 2];
                 for (int i = 0; i < (K > 0 ? (K + 1) / 2 : (k + 1) / 2); ++i) tl[i] = tp[i];
+                auto edge = [&](const Src* base, Dst* o, __mmask32 m) {
+                    pairBlock<K, false, FR>(
+                        cl, tl, k, [&](int j) { return base + j; }, o, m);
+                };
                 for (int y = 0; y < p.roi.height; ++y) {
                     const Src* row =
                         reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
                     Dst* out = dst[y];
                     const int64_t head = lo < E ? lo : E;
-                    edgeSpan<Src, Dst, Tap, Ch>(p, row, out, 0, head);
+                    edgeSpanBlocks<Src, Dst, Tap, Ch>(p, row, out, 0, head, edge);
                     if (lo < hi) adjacentSpan<K, FR>(cl, tl, k, row + lo - back, out + lo, hi - lo);
-                    edgeSpan<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E);
+                    edgeSpanBlocks<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E, edge);
                 }
-            };
-            if (plan.floatRound)
-                run.template operator()<true>();
-            else
-                run.template operator()<false>();
+            });
             return;
         }
     }
-    withPairForms(plan, [&]<bool Sym, bool FR>() {
+    withPairForms(plan, [&]<bool Sym, int FR>() {
         const PairConstants cl = c;  // (locals stay in registers across the stores)
         __m512i tl[kMaxPairTaps / 2];
         for (int i = 0; i < (K > 0 ? (K + 1) / 2 : (k + 1) / 2); ++i) tl[i] = tp[i];
+        auto edge = [&](const Src* base, Dst* o, __mmask32 m) {
+            pairBlock<K, Sym, FR>(
+                cl, tl, k, [&](int j) { return base + j * Ch; }, o, m);
+        };
         for (int y = 0; y < p.roi.height; ++y) {
             const Src* row = reinterpret_cast<const Src*>(reinterpret_cast<const char*>(p.src) + y * p.srcStep);
             Dst* out = dst[y];
             const int64_t head = lo < E ? lo : E;
-            edgeSpan<Src, Dst, Tap, Ch>(p, row, out, 0, head);
+            edgeSpanBlocks<Src, Dst, Tap, Ch>(p, row, out, 0, head, edge);
             int64_t e = lo;
             for (; e + 32 <= hi; e += 32) {
                 const Src* base = row + e - back;
@@ -539,16 +653,17 @@ void rowPassPairs(const RowPass<Src, Tap>& p, Dst* const* dst, const PairPlan& p
                 pairBlock<K, Sym, FR>(
                     cl, tl, k, [&](int j) { return base + j * Ch; }, out + e, simd::firstLanes32(int(hi - e)));
             }
-            edgeSpan<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E);
+            edgeSpanBlocks<Src, Dst, Tap, Ch>(p, row, out, hi > head ? hi : head, E, edge);
         }
     });
 }
 
 template <Path P, int K, class Src, class Dst, class Tap, int Ch>
 void rowPassInt(const RowPass<Src, Tap>& p, Dst* const* dst) {
-    const PairPlan pairs = P == Path::vector
-                               ? planPairs<Src>(p.taps, p.k, p.divisor, std::is_same_v<Src, uint8_t> ? 255 : 32768)
-                               : PairPlan{};
+    PairPlan pairs = P == Path::vector
+                         ? planPairs<Src>(p.taps, p.k, p.divisor, std::is_same_v<Src, uint8_t> ? 255 : 32768)
+                         : PairPlan{};
+    planMagic<Dst>(pairs, lowest<Src>(), highest<Src>());
     if (pairs.ok) return rowPassPairs<K, Src, Dst, Tap, Ch>(p, dst, pairs);
     const IntPlan plan = P == Path::vector ? planInteger<Src>(p.taps, p.k, p.divisor) : IntPlan{};
     __m512i ti[K > 0 ? K : 1] = {};
@@ -705,39 +820,46 @@ void rowPass(const RowPass<Src, Tap>& p, Dst* const* dst) {
 // their taps' values lie three elements apart, and the 64-byte loads of
 // 16-bit values that replace 32-byte loads of bytes cross more cache lines.)
 
-// The row pass of one 8u single-channel row (p.roi.height 1) through its
-// widened, extended copy at ext ((width + k - 1) values) into out. Returns
-// false, having written nothing, where the paired products cannot hold the
-// sums (the caller runs rowPass instead).
-template <int K>
-bool rowPassWidened(const RowPass<uint8_t, int16_t>& p, int16_t* ext, int16_t* out) {
-    PairPlan plan = planPairs<uint8_t>(p.taps, p.k, p.divisor, 255);
-    if (!plan.ok) return false;
+// The plan of the rows of a call (the same taps and divisor for every row):
+// not ok where the paired products cannot hold the sums.
+inline PairPlan widenedPlan(const int16_t* taps, int k, int divisor) {
+    PairPlan plan = planPairs<uint8_t>(taps, k, divisor, 255);
+    planMagic<int16_t>(plan, 0, 255);
     plan.symmetric = false;  // adjacent pairs take every tap in order
+    return plan;
+}
+
+// The row pass of one 8u single-channel row (p.roi.height 1) through its
+// widened, extended copy at ext ((width + k - 1) values) into out, with the
+// plan of widenedPlan. Returns false, having written nothing, where that plan
+// is not ok (the caller runs rowPass instead).
+template <int K>
+bool rowPassWidened(const RowPass<uint8_t, int16_t>& p, int16_t* ext, int16_t* out, const PairPlan& plan) {
+    if (!plan.ok) return false;
     const int64_t W = p.roi.width, k = p.k, a = p.anchor;
     for (int64_t i = -a; i < 0; ++i) ext[i + a] = extended<uint8_t, 1>(p.src, i, 0, W, p.border, p.value);
-    for (int64_t x = 0; x < W; x += 32) {
-        const __mmask32 m = simd::firstLanes32(W - x < 32 ? int(W - x) : 32);
+    int64_t x = 0;
+    for (; x + 32 <= W; x += 32)  // (whole blocks unmasked: masked stores are slow on some processors)
+        _mm512_storeu_si512(ext + a + x,
+                            _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p.src + x))));
+    if (x < W) {
+        const __mmask32 m = simd::firstLanes32(int(W - x));
         simd::store(ext + a + x, simd::loadAsInt16(p.src + x, m), m);
     }
     for (int64_t i = W; i < W + k - 1 - a; ++i) ext[i + a] = extended<uint8_t, 1>(p.src, i, 0, W, p.border, p.value);
     __m512i tp[kMaxPairTaps / 2];
     tapPairs(p.taps, p.k, plan, tp);
     const PairConstants c = pairConstants(plan);
-    auto run = [&]<bool FR>() { adjacentSpan<K, FR>(c, tp, p.k, ext, out, W); };
-    if (plan.floatRound)
-        run.template operator()<true>();
-    else
-        run.template operator()<false>();
+    withRounding(plan, [&]<int FR>() { adjacentSpan<K, FR>(c, tp, p.k, ext, out, W); });
     return true;
 }
 
 // With the kernel specialised for sizes 3, 5 and 7.
-inline bool rowPassWidened(const RowPass<uint8_t, int16_t>& p, int16_t* ext, int16_t* out) {
-    if (p.k == 3) return rowPassWidened<3>(p, ext, out);
-    if (p.k == 5) return rowPassWidened<5>(p, ext, out);
-    if (p.k == 7) return rowPassWidened<7>(p, ext, out);
-    return rowPassWidened<0>(p, ext, out);
+inline bool rowPassWidened(const RowPass<uint8_t, int16_t>& p, int16_t* ext, int16_t* out, const PairPlan& plan) {
+    if (p.k == 3) return rowPassWidened<3>(p, ext, out, plan);
+    if (p.k == 5) return rowPassWidened<5>(p, ext, out, plan);
+    if (p.k == 7) return rowPassWidened<7>(p, ext, out, plan);
+    return rowPassWidened<0>(p, ext, out, plan);
 }
 
 // ---- Column pass ----
@@ -752,6 +874,7 @@ struct ColumnPass {
     int k;
     int divisor;
     int32_t valueBound = 32768;   // the largest magnitude of a source value (the caller may know better)
+    bool nonNegative = false;     // and whether the values are known to be at least 0
     Store store = Store::cached;  // streaming: whole blocks on their boundaries bypass the cache
 };
 
@@ -764,7 +887,7 @@ void columnPassPairs(const ColumnPass<Src, Tap>& p, Dst* dst, const PairPlan& pl
     const int k = p.k;
     const int64_t E = p.elements;
     const bool stream = p.store == Store::streaming;
-    withPairForms(plan, [&]<bool Sym, bool FR>() {
+    withPairForms(plan, [&]<bool Sym, int FR>() {
         const PairConstants cl = c;  // (locals stay in registers across the stores)
         __m512i tl[kMaxPairTaps / 2];
         for (int i = 0; i < (K > 0 ? (K + 1) / 2 : (k + 1) / 2); ++i) tl[i] = tp[i];
@@ -827,7 +950,8 @@ inline Dst columnElementFloat(const Row* const* rows, int64_t e, const int16_t* 
 template <Path P, int K, class Dst, class Row>
 void columnPassSingle(const ColumnPass<Row, int16_t>& p, Dst* dst) {
     if constexpr (P == Path::vector && std::is_same_v<Row, int16_t>) {
-        const PairPlan pairs = planSingleAsPairs(p.taps, p.k, p.divisor, p.valueBound);
+        PairPlan pairs = planSingleAsPairs(p.taps, p.k, p.divisor, p.valueBound);
+        planMagic<Dst>(pairs, p.nonNegative ? 0 : -int64_t{p.valueBound}, p.valueBound);
         if (pairs.ok) return columnPassPairs<K>(p, dst, pairs);
     }
     const float reciprocal = 1.0f / float(p.divisor);

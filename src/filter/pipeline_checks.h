@@ -75,7 +75,8 @@ ZepStatus columnPipeline(const Src* const* ppSrc, Dst* pDst, int dstStep, ImageS
                 pipelineStore(elements * int64_t(sizeof(Src)) * (int64_t{roi.height} + kernelSize - 1),
                               elements * int64_t(sizeof(Dst)) * roi.height);
             const ColumnPass<Src, Tap> pass{
-                ppSrc, dstStep, elements, roi.height, pKernel, kernelSize, HasDivisor ? divisor : 1, 32768, store};
+                ppSrc, dstStep, elements, roi.height, pKernel, kernelSize, HasDivisor ? divisor : 1,
+                32768, false,   store};
             columnPass<P, Src, Dst, Tap>(pass, pDst);
             finishStores(store);
         });
