@@ -17,9 +17,9 @@ ZepStatus meanC3CM(const T* pSrc, int srcStep, const uint8_t* pMask, int maskSte
                    double* pMean) {
     return meanImage<Path::vector, T, 3>(pSrc, srcStep, pMask, maskStep, roi, coi, pMean);
 }
-template <class T>
+template <class T, bool Dot = false>
 ZepStatus meanStdDevC1(const T* pSrc, int srcStep, ImageSize roi, double* pMean, double* pStdDev) {
-    return meanStdDevImage<Path::vector, T, 1, false>(pSrc, srcStep, nullptr, 0, roi, 0, pMean, pStdDev);
+    return meanStdDevImage<Path::vector, T, 1, false, Dot>(pSrc, srcStep, nullptr, 0, roi, 0, pMean, pStdDev);
 }
 template <class T>
 ZepStatus meanStdDevC3C(const T* pSrc, int srcStep, ImageSize roi, int coi, double* pMean, double* pStdDev) {
@@ -37,5 +37,23 @@ ZepStatus meanStdDevC3CM(const T* pSrc, int srcStep, const uint8_t* pMask, int m
 }
 
 }  // namespace
+
+// The 8u deviation by byte dot products where the processor has them (native
+// builds): a GNU indirect function, bound once when the library is loaded, so
+// that no state is kept. Its resolver runs among the relocations, before any
+// constructor: it initialises the processor facts itself, and is left out of
+// the sanitizers, whose runtimes are not up yet.
+#if ZEPCV_EMULATE_AVX512
+static constexpr auto meanStdDev8uC1 = meanStdDevC1<uint8_t>;
+#else
+using MeanStdDev8uC1 = decltype(meanStdDevC1<uint8_t>);
+extern "C" {
+[[gnu::no_sanitize("address", "undefined"), gnu::used]] static MeanStdDev8uC1* zepPickMeanStdDev8uC1() {
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx512vnni") ? meanStdDevC1<uint8_t, true> : meanStdDevC1<uint8_t>;
+}
+}
+[[gnu::ifunc("zepPickMeanStdDev8uC1")]] static MeanStdDev8uC1 meanStdDev8uC1;
+#endif
 
 #include "bind/stats/mean.inc"
