@@ -51,13 +51,11 @@ static constexpr auto meanStdDev8uC3C = meanStdDevC3C<uint8_t>;
 using MeanStdDev8uC1 = decltype(meanStdDevC1<uint8_t>);
 using MeanStdDev8uC3C = decltype(meanStdDevC3C<uint8_t>);
 extern "C" {
-[[gnu::used]] __attribute__((no_sanitize("address", "thread", "undefined"))) static MeanStdDev8uC1*
-zepPickMeanStdDev8uC1() {
+__attribute__((no_sanitize("address", "thread", "undefined"))) MeanStdDev8uC1* zepPickMeanStdDev8uC1() {
     __builtin_cpu_init();
     return __builtin_cpu_supports("avx512vnni") ? meanStdDevC1<uint8_t, true> : meanStdDevC1<uint8_t>;
 }
-[[gnu::used]] __attribute__((no_sanitize("address", "thread", "undefined"))) static MeanStdDev8uC3C*
-zepPickMeanStdDev8uC3C() {
+__attribute__((no_sanitize("address", "thread", "undefined"))) MeanStdDev8uC3C* zepPickMeanStdDev8uC3C() {
     __builtin_cpu_init();
     return __builtin_cpu_supports("avx512vnni") ? meanStdDevC3C<uint8_t, true> : meanStdDevC3C<uint8_t>;
 }
