@@ -347,6 +347,17 @@ template <class T>
         return _mm512_add_epi64(acc64, _mm512_add_epi64(_mm512_cvtepi32_epi64(lo), _mm512_cvtepi32_epi64(hi)));
 }
 
+#if !ZEPCV_EMULATE_AVX512
+// acc plus, in each 32-bit lane, the four products of the unsigned bytes of u
+// with the signed bytes of s in the same byte positions, wrapping (AVX512-VNNI
+// vpdpbusd). Written as assembly so that its callers need no other target:
+// only for code that runs where the processor has been seen to have it.
+[[gnu::always_inline]] inline __m512i addDotBytes(__m512i acc, __m512i u, __m512i s) {
+    asm("vpdpbusd %2, %1, %0" : "+v"(acc) : "v"(u), "v"(s));
+    return acc;
+}
+#endif
+
 // 1.0 in the selected lanes, 0.0 elsewhere: a mask applied arithmetically.
 [[gnu::always_inline]] inline __m512 unitWhere(__mmask16 lanes) {
     return _mm512_maskz_mov_ps(lanes, _mm512_set1_ps(1.0f));

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <type_traits>
+#include <utility>
 
 #include "core/channel_lanes.h"
 #include "core/check.h"
@@ -124,6 +125,43 @@ struct RowSums<uint8_t, Squares> : IntegerTotals<Squares> {
     }
 };
 
+// 8u by byte dot products where the processor has them (AVX512-VNNI; the
+// library picks this once it is loaded): x^2 = x (x - 128) + 128 x, with x as
+// an unsigned byte and x - 128 (x with its top bit flipped) as a signed one.
+// Four products a 32-bit lane a block lie in [-16384, 129540], so a span of
+// 2^14 blocks keeps each lane below 2^31; sums by SAD as above. The same exact
+// integer totals as the multiply-adds.
+template <bool Squares>
+struct DotRowSums;
+#if !ZEPCV_EMULATE_AVX512
+template <bool Squares>
+struct DotRowSums : IntegerTotals<Squares> {
+    __m512i dot = _mm512_setzero_si512(), next = _mm512_setzero_si512();
+
+    template <class Dense>
+    void block(__m512i v, uint64_t, Dense) {
+        simd::opaque(v);
+        this->sum = _mm512_add_epi64(this->sum, _mm512_sad_epu8(v, _mm512_setzero_si512()));
+        if constexpr (Squares) {
+            dot = simd::addDotBytes(dot, v, _mm512_xor_si512(v, _mm512_set1_epi8(-128)));
+            std::swap(dot, next);  // alternate blocks to alternate lanes: two chains of dot products
+        }
+    }
+    void span() {
+        if constexpr (Squares) {
+            this->sq = simd::addWidened<int32_t>(this->sq, _mm512_add_epi32(dot, next));
+            dot = next = _mm512_setzero_si512();
+        }
+    }
+    void row(Moments& m) {
+        const uint64_t s = simd::reduceAdd64(this->sum);
+        m.sum += static_cast<double>(s);
+        if constexpr (Squares) m.sumSq += static_cast<double>(simd::reduceAdd64(this->sq) + (s << 7));
+        this->sum = this->sq = _mm512_setzero_si512();
+    }
+};
+#endif
+
 // 16u: each pixel x enters as y = x - 32768 (the top bit flipped), a signed
 // 16-bit lane, so that one multiply-add gives y_a^2 + y_b^2 per pair of lanes
 // and another y_a + y_b. The pair of squares is at most 2^31: exact as an
@@ -222,10 +260,10 @@ inline constexpr int kSpan = 1 << 20;
 // The vector pass: blocks of 64 bytes of the channel (ChannelLanes), masked
 // lanes and row tails under lane masks, counts from the lane masks; rows in
 // spans of kSpan pixels.
-template <class T, int C, bool Masked, bool Squares>
+template <class T, int C, bool Masked, bool Squares, bool Dot = false>
 Moments momentsVector(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi, int channel) {
     const simd::ChannelLanes<T, C> lanes(channel);
-    RowSums<T, Squares> acc;
+    std::conditional_t<Dot, DotRowSums<Squares>, RowSums<T, Squares>> acc;
     Moments m;
     int64_t count = 0;
     for (int y = 0; y < roi.height; ++y) {
@@ -243,12 +281,14 @@ Moments momentsVector(Rows<const T> src, Rows<const uint8_t> mask, ImageSize roi
     return m;
 }
 
-template <Path P, class T, int C, bool Masked, bool Squares>
+// Dot: the 8u sums by byte dot products (DotRowSums), native builds only.
+template <Path P, class T, int C, bool Masked, bool Squares, bool Dot = false>
 Moments moments(const T* src, int srcStep, const uint8_t* mask, int maskStep, ImageSize roi, int channel) {
+    static_assert(!Dot || (std::is_same_v<T, uint8_t> && P == Path::vector));
     if constexpr (P == Path::scalar)
         return momentsScalar<T, C, Masked, Squares>(rows(src, srcStep), rows(mask, maskStep), roi, channel);
     else
-        return momentsVector<T, C, Masked, Squares>(rows(src, srcStep), rows(mask, maskStep), roi, channel);
+        return momentsVector<T, C, Masked, Squares, Dot>(rows(src, srcStep), rows(mask, maskStep), roi, channel);
 }
 
 // The checks shared by the statistics: source (and mask) null, extra pointers
@@ -285,15 +325,15 @@ ZepStatus meanImage(const T* src, int srcStep, const uint8_t* mask, int maskStep
 // absolute value (not a clamp at 0) covers a variance that rounding made
 // slightly negative. Both 0 when n is 0. Null outputs are not written, and
 // squares are not summed when the deviation is not asked for.
-template <Path P, class T, int C, bool Masked>
+template <Path P, class T, int C, bool Masked, bool Dot = false>
 ZepStatus meanStdDevImage(const T* src, int srcStep, const uint8_t* mask, int maskStep, ImageSize roi, int coi,
                           double* mean, double* stdDev) {
     return statsChecks<T, C, Masked>(src, srcStep, mask, maskStep, roi, coi).run([&] {
         if (mean == nullptr && stdDev == nullptr) return;
         const int channel = C == 3 ? coi - 1 : 0;
         const Moments m = stdDev != nullptr
-                              ? moments<P, T, C, Masked, true>(src, srcStep, mask, maskStep, roi, channel)
-                              : moments<P, T, C, Masked, false>(src, srcStep, mask, maskStep, roi, channel);
+                              ? moments<P, T, C, Masked, true, Dot>(src, srcStep, mask, maskStep, roi, channel)
+                              : moments<P, T, C, Masked, false, Dot>(src, srcStep, mask, maskStep, roi, channel);
         double mu = 0.0, sigma = 0.0;
         if (m.count != 0) {
             const double n = static_cast<double>(m.count);
