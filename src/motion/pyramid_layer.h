@@ -344,6 +344,51 @@ inline void sumRows(const T* const* in, const float* w, int taps, int elems, flo
     }
 }
 
+// Down, two destination rows at once: in[k] for k < N + 2 are the source
+// rows of consecutive offsets, the first row takes taps j from in[j], the
+// second from in[j + 2] (its centre two rows further), each with weight
+// w[j], from -0, in tap order: the sums of sumRows for either row, the
+// shared rows loaded once.
+template <class T, int N>
+inline void sumRowsPair(const T* const* in, const float* w, int elems, float* out0, float* out1) {
+    __m512 wv[N];
+    const T* rowp[N + 2];
+    for (int j = 0; j < N; ++j) wv[j] = _mm512_set1_ps(w[j]);
+    for (int k = 0; k < N + 2; ++k) rowp[k] = in[k];
+    int e = 0;
+    for (; e + 32 <= elems; e += 32) {
+        __m512 a0 = _mm512_set1_ps(-0.0f), b0 = a0, a1 = a0, b1 = a0;
+#pragma GCC unroll 8
+        for (int k = 0; k < N + 2; ++k) {
+            const __m512 va = simd::loadAsFloat(rowp[k] + e), vb = simd::loadAsFloat(rowp[k] + e + 16);
+            if (k < N) {
+                a0 = plus(a0, k, _mm512_mul_ps(wv[k], va));
+                b0 = plus(b0, k, _mm512_mul_ps(wv[k], vb));
+            }
+            if (k >= 2) {
+                a1 = plus(a1, k - 2, _mm512_mul_ps(wv[k - 2], va));
+                b1 = plus(b1, k - 2, _mm512_mul_ps(wv[k - 2], vb));
+            }
+        }
+        simd::store(out0 + e, a0);
+        simd::store(out0 + e + 16, b0);
+        simd::store(out1 + e, a1);
+        simd::store(out1 + e + 16, b1);
+    }
+    for (; e < elems; e += 16) {
+        const __mmask16 m = simd::firstLanes<16>(elems - e);
+        __m512 a0 = _mm512_set1_ps(-0.0f), a1 = a0;
+#pragma GCC unroll 8
+        for (int k = 0; k < N + 2; ++k) {
+            const __m512 v = simd::loadAsFloat(rowp[k] + e, m);
+            if (k < N) a0 = plus(a0, k, _mm512_mul_ps(wv[k], v));
+            if (k >= 2) a1 = plus(a1, k - 2, _mm512_mul_ps(wv[k - 2], v));
+        }
+        simd::store(out0 + e, a0, m);
+        simd::store(out1 + e, a1, m);
+    }
+}
+
 // Down, one destination row from the scratch row sc (pixel 0 at sc, mirrored
 // margins around it): element e = x * Ch + c takes sc[(2x + o) * Ch + c] =
 // sc[2e - c + Ch * o] for each tap offset o. A block of 16 elements starting
@@ -538,10 +583,17 @@ bool resampleRateTwo(Dir d, const LayerState* s, Rows<const T> src, ImageSize sr
     const float* w[2] = {reinterpret_cast<const float*>(base + s->evenWeight),
                          reinterpret_cast<const float*>(base + s->evenWeight) + n};
     const int* count = s->evenCount;
+    // Down with taps at consecutive offsets (3 or 5 of them), two destination
+    // rows share all but four of their source rows: their rows pass runs once
+    // over both (sumRowsPair), in bands of at least two rows.
+    const int taps0 = count[0];
+    bool pairs = d == Dir::down && (taps0 == 3 || taps0 == 5);
+    for (int j = 1; pairs && j < taps0; ++j) pairs = off[0][j] == off[0][0] + j;
     alignas(64) float buf[chunkFloats];
-    const T* rp[64];
-    const T* ra[64];
-    forEachBand(dstRoi.height, bands.rows, [&](int64_t y0, int64_t rows) {
+    alignas(64) float buf2[chunkFloats];
+    const T* rp[66];
+    const T* ra[66];
+    forEachBand(dstRoi.height, pairs ? std::max<int64_t>(bands.rows, 2) : bands.rows, [&](int64_t y0, int64_t rows) {
         for (int x0 = 0; x0 < dstRoi.width; x0 += K) {
             const int x1 = std::min(dstRoi.width, x0 + K);
             const int64_t s0 = d == Dir::down ? 2 * int64_t{x0} : x0 / 2;
@@ -549,19 +601,14 @@ bool resampleRateTwo(Dir d, const LayerState* s, Rows<const T> src, ImageSize sr
             const int64_t lo = s0 - M, hi = s1 + M;
             const int64_t a = std::max<int64_t>(lo, 0), b = std::min<int64_t>(hi, W);
             const int outs = x1 - x0;
-            for (int64_t y = y0; y < y0 + rows; ++y) {
-                const int p = d == Dir::down ? 0 : static_cast<int>(y % 2);
-                const int64_t centre = d == Dir::down ? 2 * y : y / 2;
+            const int elems = static_cast<int>((b - a) * Ch);
+            // The border columns and the columns pass of row y, whose taps read
+            // the rows `in` and whose row sums over [a, b) are in cols.
+            auto finish = [&](int64_t y, int p, const T* const* in, float* cols) {
                 const int taps = count[p];
-                for (int j = 0; j < taps; ++j) rp[j] = src[tapIndex(d, centre + off[p][j], srcRoi.height)];
-                float* cols = buf + pad;  // position lo
-                if (a < b) {
-                    for (int j = 0; j < taps; ++j) ra[j] = rp[j] + a * Ch;
-                    sumRows<T>(ra, w[p], taps, static_cast<int>((b - a) * Ch), cols + (a - lo) * Ch);
-                }
                 borderColumns<Ch>(d, W, lo, hi, a, b, cols, [&](int64_t q, int c) {
                     float acc = -0.0f;
-                    for (int j = 0; j < taps; ++j) acc = acc + w[p][j] * static_cast<float>(rp[j][q * Ch + c]);
+                    for (int j = 0; j < taps; ++j) acc = acc + w[p][j] * static_cast<float>(in[j][q * Ch + c]);
                     return acc;
                 });
                 const float* sc = cols + int64_t{M} * Ch;  // position s0
@@ -588,6 +635,35 @@ bool resampleRateTwo(Dir d, const LayerState* s, Rows<const T> src, ImageSize sr
                     columns.template operator()<true>();
                 else
                     columns.template operator()<false>();
+            };
+            float* cols = buf + pad;  // position lo
+            for (int64_t y = y0; y < y0 + rows;) {
+                if (pairs && y + 1 < y0 + rows) {
+                    float* cols2 = buf2 + pad;
+                    for (int k = 0; k < taps0 + 2; ++k)
+                        rp[k] = src[tapIndex(d, 2 * y + off[0][0] + k, srcRoi.height)];
+                    if (a < b) {
+                        for (int k = 0; k < taps0 + 2; ++k) ra[k] = rp[k] + a * Ch;
+                        if (taps0 == 5)
+                            sumRowsPair<T, 5>(ra, w[0], elems, cols + (a - lo) * Ch, cols2 + (a - lo) * Ch);
+                        else
+                            sumRowsPair<T, 3>(ra, w[0], elems, cols + (a - lo) * Ch, cols2 + (a - lo) * Ch);
+                    }
+                    finish(y, 0, rp, cols);
+                    finish(y + 1, 0, rp + 2, cols2);
+                    y += 2;
+                    continue;
+                }
+                const int p = d == Dir::down ? 0 : static_cast<int>(y % 2);
+                const int64_t centre = d == Dir::down ? 2 * y : y / 2;
+                const int taps = count[p];
+                for (int j = 0; j < taps; ++j) rp[j] = src[tapIndex(d, centre + off[p][j], srcRoi.height)];
+                if (a < b) {
+                    for (int j = 0; j < taps; ++j) ra[j] = rp[j] + a * Ch;
+                    sumRows<T>(ra, w[p], taps, elems, cols + (a - lo) * Ch);
+                }
+                finish(y, p, rp, cols);
+                ++y;
             }
         }
     });
