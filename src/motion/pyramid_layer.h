@@ -344,48 +344,49 @@ inline void sumRows(const T* const* in, const float* w, int taps, int elems, flo
     }
 }
 
-// Down, two destination rows at once: in[k] for k < N + 2 are the source
-// rows of consecutive offsets, the first row takes taps j from in[j], the
-// second from in[j + 2] (its centre two rows further), each with weight
-// w[j], from -0, in tap order: the sums of sumRows for either row, the
-// shared rows loaded once.
-template <class T, int N>
-inline void sumRowsPair(const T* const* in, const float* w, int elems, float* out0, float* out1) {
+// Down, R consecutive destination rows at once: in[k] for k < N + 2R - 2
+// are the source rows of consecutive offsets; row r takes tap j from
+// in[j + 2r] (its centre 2r rows further) with weight w[j], from -0, in tap
+// order: the sums of sumRows for each row, the shared rows loaded once.
+template <class T, int N, int R>
+inline void sumRowsGroup(const T* const* in, const float* w, int elems, float* const* out) {
+    constexpr int rowsIn = N + 2 * R - 2;
     __m512 wv[N];
-    const T* rowp[N + 2];
+    const T* rowp[rowsIn];
     for (int j = 0; j < N; ++j) wv[j] = _mm512_set1_ps(w[j]);
-    for (int k = 0; k < N + 2; ++k) rowp[k] = in[k];
+    for (int k = 0; k < rowsIn; ++k) rowp[k] = in[k];
     int e = 0;
     for (; e + 32 <= elems; e += 32) {
-        __m512 a0 = _mm512_set1_ps(-0.0f), b0 = a0, a1 = a0, b1 = a0;
-#pragma GCC unroll 8
-        for (int k = 0; k < N + 2; ++k) {
+        __m512 a[R], b[R];
+#pragma GCC unroll 16
+        for (int k = 0; k < rowsIn; ++k) {
             const __m512 va = simd::loadAsFloat(rowp[k] + e), vb = simd::loadAsFloat(rowp[k] + e + 16);
-            if (k < N) {
-                a0 = plus(a0, k, _mm512_mul_ps(wv[k], va));
-                b0 = plus(b0, k, _mm512_mul_ps(wv[k], vb));
-            }
-            if (k >= 2) {
-                a1 = plus(a1, k - 2, _mm512_mul_ps(wv[k - 2], va));
-                b1 = plus(b1, k - 2, _mm512_mul_ps(wv[k - 2], vb));
+#pragma GCC unroll 8
+            for (int r = 0; r < R; ++r) {
+                const int j = k - 2 * r;
+                if (j < 0 || j >= N) continue;
+                a[r] = j == 0 ? _mm512_mul_ps(wv[j], va) : _mm512_add_ps(a[r], _mm512_mul_ps(wv[j], va));
+                b[r] = j == 0 ? _mm512_mul_ps(wv[j], vb) : _mm512_add_ps(b[r], _mm512_mul_ps(wv[j], vb));
             }
         }
-        simd::store(out0 + e, a0);
-        simd::store(out0 + e + 16, b0);
-        simd::store(out1 + e, a1);
-        simd::store(out1 + e + 16, b1);
+#pragma GCC unroll 8
+        for (int r = 0; r < R; ++r) simd::store(out[r] + e, a[r]), simd::store(out[r] + e + 16, b[r]);
     }
     for (; e < elems; e += 16) {
         const __mmask16 m = simd::firstLanes<16>(elems - e);
-        __m512 a0 = _mm512_set1_ps(-0.0f), a1 = a0;
-#pragma GCC unroll 8
-        for (int k = 0; k < N + 2; ++k) {
+        __m512 a[R];
+#pragma GCC unroll 16
+        for (int k = 0; k < rowsIn; ++k) {
             const __m512 v = simd::loadAsFloat(rowp[k] + e, m);
-            if (k < N) a0 = plus(a0, k, _mm512_mul_ps(wv[k], v));
-            if (k >= 2) a1 = plus(a1, k - 2, _mm512_mul_ps(wv[k - 2], v));
+#pragma GCC unroll 8
+            for (int r = 0; r < R; ++r) {
+                const int j = k - 2 * r;
+                if (j < 0 || j >= N) continue;
+                a[r] = j == 0 ? _mm512_mul_ps(wv[j], v) : _mm512_add_ps(a[r], _mm512_mul_ps(wv[j], v));
+            }
         }
-        simd::store(out0 + e, a0, m);
-        simd::store(out1 + e, a1, m);
+#pragma GCC unroll 8
+        for (int r = 0; r < R; ++r) simd::store(out[r] + e, a[r], m);
     }
 }
 
@@ -576,24 +577,28 @@ bool resampleRateTwo(Dir d, const LayerState* s, Rows<const T> src, ImageSize sr
     constexpr int pad = 16;
     const int fixed = pad + 2 * M * Ch + 64 + (d == Dir::up && Ch == 3 ? 64 : 0);
     const int perOutput2 = d == Dir::down ? 4 * Ch : (Ch == 3 ? 9 : 1);  // twice the floats per output
-    const int K = (chunkFloats - fixed) * 2 / perOutput2 / 32 * 32;
+    // Down with taps at consecutive offsets (3 or 5 of them), R consecutive
+    // destination rows share most of their source rows: their rows pass runs
+    // once over all of them (sumRowsGroup), in bands of whole groups, each row
+    // in its part of the chunk array.
+    constexpr int R = 4;
+    const int taps0 = s->evenCount[0];
+    const int32_t* off0 = reinterpret_cast<const int32_t*>(base + s->evenOffset);
+    bool groups = d == Dir::down && (taps0 == 3 || taps0 == 5);
+    for (int j = 1; groups && j < taps0; ++j) groups = off0[j] == off0[0] + j;
+    const int rowFloats = groups ? 2 * chunkFloats / R : chunkFloats;
+    const int K = (rowFloats - fixed) * 2 / perOutput2 / 32 * 32;
     if (K < 32) return false;
     const int32_t* off[2] = {reinterpret_cast<const int32_t*>(base + s->evenOffset),
                              reinterpret_cast<const int32_t*>(base + s->evenOffset) + n};
     const float* w[2] = {reinterpret_cast<const float*>(base + s->evenWeight),
                          reinterpret_cast<const float*>(base + s->evenWeight) + n};
     const int* count = s->evenCount;
-    // Down with taps at consecutive offsets (3 or 5 of them), two destination
-    // rows share all but four of their source rows: their rows pass runs once
-    // over both (sumRowsPair), in bands of at least two rows.
-    const int taps0 = count[0];
-    bool pairs = d == Dir::down && (taps0 == 3 || taps0 == 5);
-    for (int j = 1; pairs && j < taps0; ++j) pairs = off[0][j] == off[0][0] + j;
-    alignas(64) float buf[chunkFloats];
-    alignas(64) float buf2[chunkFloats];
-    const T* rp[66];
-    const T* ra[66];
-    forEachBand(dstRoi.height, pairs ? std::max<int64_t>(bands.rows, 2) : bands.rows, [&](int64_t y0, int64_t rows) {
+    alignas(64) float buf[2 * chunkFloats];
+    const T* rp[64 + 2 * R];
+    const T* ra[64 + 2 * R];
+    const int64_t bandRows = groups ? (bands.rows + R - 1) / R * R : bands.rows;
+    forEachBand(dstRoi.height, bandRows, [&](int64_t y0, int64_t rows) {
         for (int x0 = 0; x0 < dstRoi.width; x0 += K) {
             const int x1 = std::min(dstRoi.width, x0 + K);
             const int64_t s0 = d == Dir::down ? 2 * int64_t{x0} : x0 / 2;
@@ -638,20 +643,20 @@ bool resampleRateTwo(Dir d, const LayerState* s, Rows<const T> src, ImageSize sr
             };
             float* cols = buf + pad;  // position lo
             for (int64_t y = y0; y < y0 + rows;) {
-                if (pairs && y + 1 < y0 + rows) {
-                    float* cols2 = buf2 + pad;
-                    for (int k = 0; k < taps0 + 2; ++k)
-                        rp[k] = src[tapIndex(d, 2 * y + off[0][0] + k, srcRoi.height)];
+                if (groups && y + R <= y0 + rows) {
+                    float* part[R];
+                    for (int r = 0; r < R; ++r) part[r] = buf + r * rowFloats + pad + (a - lo) * Ch;
+                    for (int k = 0; k < taps0 + 2 * R - 2; ++k)
+                        rp[k] = src[tapIndex(d, 2 * y + off0[0] + k, srcRoi.height)];
                     if (a < b) {
-                        for (int k = 0; k < taps0 + 2; ++k) ra[k] = rp[k] + a * Ch;
+                        for (int k = 0; k < taps0 + 2 * R - 2; ++k) ra[k] = rp[k] + a * Ch;
                         if (taps0 == 5)
-                            sumRowsPair<T, 5>(ra, w[0], elems, cols + (a - lo) * Ch, cols2 + (a - lo) * Ch);
+                            sumRowsGroup<T, 5, R>(ra, w[0], elems, part);
                         else
-                            sumRowsPair<T, 3>(ra, w[0], elems, cols + (a - lo) * Ch, cols2 + (a - lo) * Ch);
+                            sumRowsGroup<T, 3, R>(ra, w[0], elems, part);
                     }
-                    finish(y, 0, rp, cols);
-                    finish(y + 1, 0, rp + 2, cols2);
-                    y += 2;
+                    for (int r = 0; r < R; ++r) finish(y + r, 0, rp + 2 * r, buf + r * rowFloats + pad);
+                    y += R;
                     continue;
                 }
                 const int p = d == Dir::down ? 0 : static_cast<int>(y % 2);
