@@ -344,6 +344,59 @@ inline void sumRows(const T* const* in, const float* w, int taps, int elems, flo
     }
 }
 
+// Down, R consecutive destination rows at once: in[k] for k < N + 2R - 2
+// are the source rows of consecutive offsets; row r takes tap j from
+// in[j + 2r] (its centre 2r rows further) with weight w[j], from -0, in tap
+// order: the sums of sumRows for each row, the shared rows loaded once.
+// Each row is prefetched 512 bytes ahead: the rows come from memory side by
+// side, more streams than the processor's prefetcher follows on its own (a
+// prefetch is a hint: past a row's end, or on no mapped page, it loads
+// nothing and faults on nothing).
+template <class T, int N, int R>
+inline void sumRowsGroup(const T* const* in, const float* w, int elems, float* const* out) {
+    constexpr int rowsIn = N + 2 * R - 2;
+    constexpr int PF = 512 / sizeof(T);
+    __m512 wv[N];
+    const T* rowp[rowsIn];
+    for (int j = 0; j < N; ++j) wv[j] = _mm512_set1_ps(w[j]);
+    for (int k = 0; k < rowsIn; ++k) rowp[k] = in[k];
+    int e = 0;
+    for (; e + 32 <= elems; e += 32) {
+        __m512 a[R], b[R];
+#pragma GCC unroll 16
+        for (int k = 0; k < rowsIn; ++k) {
+            const __m512 va = simd::loadAsFloat(rowp[k] + e), vb = simd::loadAsFloat(rowp[k] + e + 16);
+            __builtin_prefetch(rowp[k] + e + PF);
+            if constexpr (sizeof(T) == 4) __builtin_prefetch(rowp[k] + e + PF + 16);
+#pragma GCC unroll 8
+            for (int r = 0; r < R; ++r) {
+                const int j = k - 2 * r;
+                if (j < 0 || j >= N) continue;
+                a[r] = j == 0 ? _mm512_mul_ps(wv[j], va) : _mm512_add_ps(a[r], _mm512_mul_ps(wv[j], va));
+                b[r] = j == 0 ? _mm512_mul_ps(wv[j], vb) : _mm512_add_ps(b[r], _mm512_mul_ps(wv[j], vb));
+            }
+        }
+#pragma GCC unroll 8
+        for (int r = 0; r < R; ++r) simd::store(out[r] + e, a[r]), simd::store(out[r] + e + 16, b[r]);
+    }
+    for (; e < elems; e += 16) {
+        const __mmask16 m = simd::firstLanes<16>(elems - e);
+        __m512 a[R];
+#pragma GCC unroll 16
+        for (int k = 0; k < rowsIn; ++k) {
+            const __m512 v = simd::loadAsFloat(rowp[k] + e, m);
+#pragma GCC unroll 8
+            for (int r = 0; r < R; ++r) {
+                const int j = k - 2 * r;
+                if (j < 0 || j >= N) continue;
+                a[r] = j == 0 ? _mm512_mul_ps(wv[j], v) : _mm512_add_ps(a[r], _mm512_mul_ps(wv[j], v));
+            }
+        }
+#pragma GCC unroll 8
+        for (int r = 0; r < R; ++r) simd::store(out[r] + e, a[r], m);
+    }
+}
+
 // Down, one destination row from the scratch row sc (pixel 0 at sc, mirrored
 // margins around it): element e = x * Ch + c takes sc[(2x + o) * Ch + c] =
 // sc[2e - c + Ch * o] for each tap offset o. A block of 16 elements starting
@@ -531,17 +584,28 @@ bool resampleRateTwo(Dir d, const LayerState* s, Rows<const T> src, ImageSize sr
     constexpr int pad = 16;
     const int fixed = pad + 2 * M * Ch + 64 + (d == Dir::up && Ch == 3 ? 64 : 0);
     const int perOutput2 = d == Dir::down ? 4 * Ch : (Ch == 3 ? 9 : 1);  // twice the floats per output
-    const int K = (chunkFloats - fixed) * 2 / perOutput2 / 32 * 32;
+    // Down with taps at consecutive offsets (3 or 5 of them), R consecutive
+    // destination rows share most of their source rows: their rows pass runs
+    // once over all of them (sumRowsGroup), in bands of whole groups, each row
+    // in its part of the chunk array.
+    constexpr int R = 4;
+    const int taps0 = s->evenCount[0];
+    const int32_t* off0 = reinterpret_cast<const int32_t*>(base + s->evenOffset);
+    bool groups = d == Dir::down && (taps0 == 3 || taps0 == 5);
+    for (int j = 1; groups && j < taps0; ++j) groups = off0[j] == off0[0] + j;
+    const int rowFloats = groups ? 2 * chunkFloats / R : chunkFloats;
+    const int K = (rowFloats - fixed) * 2 / perOutput2 / 32 * 32;
     if (K < 32) return false;
     const int32_t* off[2] = {reinterpret_cast<const int32_t*>(base + s->evenOffset),
                              reinterpret_cast<const int32_t*>(base + s->evenOffset) + n};
     const float* w[2] = {reinterpret_cast<const float*>(base + s->evenWeight),
                          reinterpret_cast<const float*>(base + s->evenWeight) + n};
     const int* count = s->evenCount;
-    alignas(64) float buf[chunkFloats];
-    const T* rp[64];
-    const T* ra[64];
-    forEachBand(dstRoi.height, bands.rows, [&](int64_t y0, int64_t rows) {
+    alignas(64) float buf[2 * chunkFloats];
+    const T* rp[64 + 2 * R];
+    const T* ra[64 + 2 * R];
+    const int64_t bandRows = groups ? (bands.rows + R - 1) / R * R : bands.rows;
+    forEachBand(dstRoi.height, bandRows, [&](int64_t y0, int64_t rows) {
         for (int x0 = 0; x0 < dstRoi.width; x0 += K) {
             const int x1 = std::min(dstRoi.width, x0 + K);
             const int64_t s0 = d == Dir::down ? 2 * int64_t{x0} : x0 / 2;
@@ -549,19 +613,14 @@ bool resampleRateTwo(Dir d, const LayerState* s, Rows<const T> src, ImageSize sr
             const int64_t lo = s0 - M, hi = s1 + M;
             const int64_t a = std::max<int64_t>(lo, 0), b = std::min<int64_t>(hi, W);
             const int outs = x1 - x0;
-            for (int64_t y = y0; y < y0 + rows; ++y) {
-                const int p = d == Dir::down ? 0 : static_cast<int>(y % 2);
-                const int64_t centre = d == Dir::down ? 2 * y : y / 2;
+            const int elems = static_cast<int>((b - a) * Ch);
+            // The border columns and the columns pass of row y, whose taps read
+            // the rows `in` and whose row sums over [a, b) are in cols.
+            auto finish = [&](int64_t y, int p, const T* const* in, float* cols) {
                 const int taps = count[p];
-                for (int j = 0; j < taps; ++j) rp[j] = src[tapIndex(d, centre + off[p][j], srcRoi.height)];
-                float* cols = buf + pad;  // position lo
-                if (a < b) {
-                    for (int j = 0; j < taps; ++j) ra[j] = rp[j] + a * Ch;
-                    sumRows<T>(ra, w[p], taps, static_cast<int>((b - a) * Ch), cols + (a - lo) * Ch);
-                }
                 borderColumns<Ch>(d, W, lo, hi, a, b, cols, [&](int64_t q, int c) {
                     float acc = -0.0f;
-                    for (int j = 0; j < taps; ++j) acc = acc + w[p][j] * static_cast<float>(rp[j][q * Ch + c]);
+                    for (int j = 0; j < taps; ++j) acc = acc + w[p][j] * static_cast<float>(in[j][q * Ch + c]);
                     return acc;
                 });
                 const float* sc = cols + int64_t{M} * Ch;  // position s0
@@ -588,6 +647,35 @@ bool resampleRateTwo(Dir d, const LayerState* s, Rows<const T> src, ImageSize sr
                     columns.template operator()<true>();
                 else
                     columns.template operator()<false>();
+            };
+            float* cols = buf + pad;  // position lo
+            for (int64_t y = y0; y < y0 + rows;) {
+                if (groups && y + R <= y0 + rows) {
+                    float* part[R];
+                    for (int r = 0; r < R; ++r) part[r] = buf + r * rowFloats + pad + (a - lo) * Ch;
+                    for (int k = 0; k < taps0 + 2 * R - 2; ++k)
+                        rp[k] = src[tapIndex(d, 2 * y + off0[0] + k, srcRoi.height)];
+                    if (a < b) {
+                        for (int k = 0; k < taps0 + 2 * R - 2; ++k) ra[k] = rp[k] + a * Ch;
+                        if (taps0 == 5)
+                            sumRowsGroup<T, 5, R>(ra, w[0], elems, part);
+                        else
+                            sumRowsGroup<T, 3, R>(ra, w[0], elems, part);
+                    }
+                    for (int r = 0; r < R; ++r) finish(y + r, 0, rp + 2 * r, buf + r * rowFloats + pad);
+                    y += R;
+                    continue;
+                }
+                const int p = d == Dir::down ? 0 : static_cast<int>(y % 2);
+                const int64_t centre = d == Dir::down ? 2 * y : y / 2;
+                const int taps = count[p];
+                for (int j = 0; j < taps; ++j) rp[j] = src[tapIndex(d, centre + off[p][j], srcRoi.height)];
+                if (a < b) {
+                    for (int j = 0; j < taps; ++j) ra[j] = rp[j] + a * Ch;
+                    sumRows<T>(ra, w[p], taps, elems, cols + (a - lo) * Ch);
+                }
+                finish(y, p, rp, cols);
+                ++y;
             }
         }
     });
