@@ -10,8 +10,9 @@ in slot order (ASCII order of the names). For each export this writes
   - an entry stub that jumps through the export's slot of the export table,
     and the slot, pointing at <name>_impl (export_stubs.S);
   - a line of the linker's export map (exports.map);
-  - <name>_impl itself, into bind/<family file>.inc, which the family file
-    includes at its end: declared with the public prototype's type (so that a
+  - <name>_impl itself, into src/bind/<family file>.inc (kept in the
+    repository, so that grep over src/ finds every export where it is bound;
+    CI fails if a build changes it), which the family file includes at its end: declared with the public prototype's type (so that a
     mismatch with the header is a compile error) and defined as a call of the
     family entry with the export's arguments, in order.
 
@@ -124,9 +125,9 @@ def main():
         with open(os.path.join(args.src, family)) as f:
             if f'#include "{inc}"' not in f.read():
                 sys.exit(f"src/{family} binds exports but does not end with #include \"{inc}\"")
-        head = (f"// Generated from {args.list} for src/{family}; do not edit.\n"
+        head = (f"// Generated from src/core/exports.txt for src/{family}; do not edit.\n"
                 "// Each export's implementation: its public prototype, calling its family entry.\n")
-        write_if_changed(os.path.join(args.out, inc), head + "\n".join(defs))
+        write_if_changed(os.path.join(args.src, inc), head + "\n".join(defs))
     with open(os.path.join(args.out, "exports.names"), "w") as f:
         f.write(";".join(r[1] for r in rows))
 
